@@ -1,6 +1,7 @@
 #include "tool/tool_locale.h"
 
 #include <clocale>
+#include <initializer_list>
 
 namespace tool {
 
