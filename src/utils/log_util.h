@@ -28,7 +28,7 @@ class LogUtil {
   /// The message, and below it a dump of a buffer in hexadecimal and ASCII.
   ///   buffer, length  what to show
   ///   limit           bytes shown at most; the rest is told by its length
-  ///   count           bytes per line, at least 1
+  ///   count           bytes per line, 1 to 64
   static void Log(std::string_view prefix, std::string_view message, const void* buffer, int length,
                   int limit, int count);
 

@@ -7,6 +7,11 @@ namespace utils {
 
 inline constexpr std::size_t kMaxUtf8Char = 4;  // bytes
 
+/// True for the second and later bytes of a character.
+[[nodiscard]] inline bool IsUtf8Continuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
 /// Reads the multi-byte character at `text`, of which `left` bytes (at least 1) may be touched; the first is
 /// above 127. Well-formed: its code point, `used` is 2 to 4. Otherwise the first byte stands for itself and
 /// `used` is 1.
@@ -21,7 +26,7 @@ inline constexpr std::size_t kMaxUtf8Char = 4;  // bytes
     return lead;
   }
   // Two-byte sequences are nearly all of what a Cyrillic text holds beside ASCII.
-  if (lead >= 0xC2 && lead < 0xE0 && left > 1 && (static_cast<unsigned char>(text[1]) & 0xC0) == 0x80) {
+  if (lead >= 0xC2 && lead < 0xE0 && left > 1 && IsUtf8Continuation(text[1])) {
     *used = 2;
     return (lead & 0x1Fu) << 6 | (static_cast<unsigned char>(text[1]) & 0x3Fu);
   }

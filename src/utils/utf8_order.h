@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 /// The order of terms: code points, the first difference decides, and of two keys of which one continues the
 /// other the shorter is the smaller. For valid UTF-8 this is the order of the bytes. A byte outside valid
 /// UTF-8 counts as the code point of the same number, so two different invalid keys can compare equal.
@@ -13,3 +15,11 @@ namespace backup {
 [[nodiscard]] int Utf8CompareNoCase(const char* a, const char* b, int la, int lb);
 
 }  // namespace backup
+
+namespace utils {
+
+/// The same two orders for texts of any length.
+[[nodiscard]] int CompareUtf8(std::string_view a, std::string_view b);
+[[nodiscard]] int CompareUtf8NoCase(std::string_view a, std::string_view b);
+
+}  // namespace utils

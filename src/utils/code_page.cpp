@@ -1,0 +1,228 @@
+#include "utils/code_page.h"
+
+#include <array>
+#include <cstring>
+
+#include "utils/utf8_char.h"
+
+namespace {
+
+using HalfPage = std::array<char16_t, 128>;  // the code points of the bytes from 0x80 up
+
+constexpr HalfPage kCp1251 = {
+    0x0402, 0x0403, 0x201A, 0x0453, 0x201E, 0x2026, 0x2020, 0x2021, 0x20AC, 0x2030, 0x0409, 0x2039, 0x040A,
+    0x040C, 0x040B, 0x040F, 0x0452, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x0098, 0x2122,
+    0x0459, 0x203A, 0x045A, 0x045C, 0x045B, 0x045F, 0x00A0, 0x040E, 0x045E, 0x0408, 0x00A4, 0x0490, 0x00A6,
+    0x00A7, 0x0401, 0x00A9, 0x0404, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x0407, 0x00B0, 0x00B1, 0x0406, 0x0456,
+    0x0491, 0x00B5, 0x00B6, 0x00B7, 0x0451, 0x2116, 0x0454, 0x00BB, 0x0458, 0x0405, 0x0455, 0x0457, 0x0410,
+    0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, 0x0418, 0x0419, 0x041A, 0x041B, 0x041C, 0x041D,
+    0x041E, 0x041F, 0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427, 0x0428, 0x0429, 0x042A,
+    0x042B, 0x042C, 0x042D, 0x042E, 0x042F, 0x0430, 0x0431, 0x0432, 0x0433, 0x0434, 0x0435, 0x0436, 0x0437,
+    0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F, 0x0440, 0x0441, 0x0442, 0x0443, 0x0444,
+    0x0445, 0x0446, 0x0447, 0x0448, 0x0449, 0x044A, 0x044B, 0x044C, 0x044D, 0x044E, 0x044F,
+};
+
+constexpr HalfPage kCp866 = {
+    0x0410, 0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, 0x0418, 0x0419, 0x041A, 0x041B, 0x041C,
+    0x041D, 0x041E, 0x041F, 0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427, 0x0428, 0x0429,
+    0x042A, 0x042B, 0x042C, 0x042D, 0x042E, 0x042F, 0x0430, 0x0431, 0x0432, 0x0433, 0x0434, 0x0435, 0x0436,
+    0x0437, 0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F, 0x2591, 0x2592, 0x2593, 0x2502,
+    0x2524, 0x2561, 0x2562, 0x2556, 0x2555, 0x2563, 0x2551, 0x2557, 0x255D, 0x255C, 0x255B, 0x2510, 0x2514,
+    0x2534, 0x252C, 0x251C, 0x2500, 0x253C, 0x255E, 0x255F, 0x255A, 0x2554, 0x2569, 0x2566, 0x2560, 0x2550,
+    0x256C, 0x2567, 0x2568, 0x2564, 0x2565, 0x2559, 0x2558, 0x2552, 0x2553, 0x256B, 0x256A, 0x2518, 0x250C,
+    0x2588, 0x2584, 0x258C, 0x2590, 0x2580, 0x0440, 0x0441, 0x0442, 0x0443, 0x0444, 0x0445, 0x0446, 0x0447,
+    0x0448, 0x0449, 0x044A, 0x044B, 0x044C, 0x044D, 0x044E, 0x044F, 0x0401, 0x0451, 0x0404, 0x0454, 0x0407,
+    0x0457, 0x040E, 0x045E, 0x00B0, 0x2219, 0x00B7, 0x221A, 0x2116, 0x00A4, 0x25A0, 0x00A0,
+};
+
+/// The code points up to here, all of Cyrillic that cp1251 has, are found by index.
+constexpr std::size_t kDirectCodes = 0x500;
+
+constexpr std::array<unsigned char, kDirectCodes> MakeDirectBytes() {
+  std::array<unsigned char, kDirectCodes> bytes{};  // 0: no such character
+  for (unsigned i = 0; i < 0x80; ++i) bytes[i] = static_cast<unsigned char>(i);
+  for (unsigned i = 0; i < kCp1251.size(); ++i) {
+    if (kCp1251[i] < kDirectCodes) bytes[kCp1251[i]] = static_cast<unsigned char>(0x80 + i);
+  }
+  return bytes;
+}
+
+constexpr std::array<unsigned char, kDirectCodes> kDirectBytes = MakeDirectBytes();
+
+constexpr int ByteOf(char32_t code) {
+  if (code < kDirectCodes) return kDirectBytes[code] != 0 || code == 0 ? kDirectBytes[code] : -1;
+  // What is left are some twenty dashes, quotes and signs, and rare in a text.
+  for (unsigned i = 0; i < kCp1251.size(); ++i) {
+    if (kCp1251[i] == code) return static_cast<int>(0x80 + i);
+  }
+  return -1;
+}
+
+using ByteMap = std::array<char, 256>;
+
+constexpr int IndexIn(const HalfPage& page, char16_t code) {
+  for (unsigned i = 0; i < page.size(); ++i) {
+    if (page[i] == code) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+constexpr ByteMap MakeByteMap(const HalfPage& from, const HalfPage& to) {
+  ByteMap map{};
+  for (unsigned i = 0; i < 0x80; ++i) {
+    map[i] = static_cast<char>(i);
+    const int index = IndexIn(to, from[i]);
+    map[0x80 + i] = index < 0 ? '?' : static_cast<char>(0x80 + index);
+  }
+  return map;
+}
+
+constexpr ByteMap kDosToWin = MakeByteMap(kCp866, kCp1251);
+constexpr ByteMap kWinToDos = MakeByteMap(kCp1251, kCp866);
+
+void MapBytes(const ByteMap& map, char* text, std::size_t len) {
+  for (std::size_t i = 0; i < len; ++i) text[i] = map[static_cast<unsigned char>(text[i])];
+}
+
+/// A cp1251 byte in UTF-8, ready to be stored as one word.
+struct Encoded {
+  char bytes[3];
+  unsigned char length;
+};
+
+constexpr Encoded Encode(char16_t code) {
+  if (code < 0x80) return {{static_cast<char>(code), 0, 0}, 1};
+  const char last = static_cast<char>(0x80 | (code & 0x3F));
+  if (code < 0x800) return {{static_cast<char>(0xC0 | code >> 6), last, 0}, 2};
+  return {{static_cast<char>(0xE0 | code >> 12), static_cast<char>(0x80 | (code >> 6 & 0x3F)), last}, 3};
+}
+
+constexpr std::array<Encoded, 256> MakeEncodings() {
+  std::array<Encoded, 256> table{};
+  for (unsigned i = 0; i < 0x80; ++i) {
+    table[i] = Encode(static_cast<char16_t>(i));
+    table[0x80 + i] = Encode(kCp1251[i]);
+  }
+  return table;
+}
+
+constexpr std::array<Encoded, 256> kEncodings = MakeEncodings();
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+constexpr std::size_t kChunk =
+    2048;  // bytes of input per turn: the output of a turn stays in the nearest cache
+
+/// Copies the ASCII bytes at `from`, eight at a time, up to the first other byte or the last whole eight.
+std::size_t CopyAscii(const char* from, std::size_t left, char* to) {
+  std::size_t done = 0;
+  for (std::uint64_t word; done + sizeof word <= left; done += sizeof word) {
+    std::memcpy(&word, from + done, sizeof word);
+    std::memcpy(to + done, &word, sizeof word);
+    const std::uint64_t high = word & kHighBits;
+    if (high != 0) return done + static_cast<std::size_t>(__builtin_ctzll(high)) / 8;
+  }
+  return done;
+}
+
+/// Converts one chunk; `to` has room for three bytes per byte and a word more. Gives the end of the output.
+char* EncodeChunk(std::string_view chunk, char* to) {
+  std::size_t i = 0;
+  while (i < chunk.size()) {
+    const std::size_t ascii = CopyAscii(chunk.data() + i, chunk.size() - i, to);
+    i += ascii;
+    to += ascii;
+    // Letters come in words: stay here until an ASCII byte has been taken.
+    for (bool wasAscii = false; i < chunk.size() && !wasAscii; ++i) {
+      const auto byte = static_cast<unsigned char>(chunk[i]);
+      std::memcpy(to, kEncodings[byte].bytes, sizeof Encoded::bytes);
+      to += kEncodings[byte].length;
+      wasAscii = byte < 0x80;
+    }
+  }
+  return to;
+}
+
+/// The byte for the character at the front of `text`; `used` receives the character's length in UTF-8.
+char DecodeOne(std::string_view text, int* used) {
+  const char32_t code = utils::ReadUtf8Char(text.data(), text.size(), used);
+  if (*used == 1) return text[0];
+  const int byte = ByteOf(code);
+  return byte < 0 ? '?' : static_cast<char>(byte);
+}
+
+}  // namespace
+
+namespace backup {
+
+void AnsiToUtf8(std::string_view in, std::string& out) {
+  char buffer[3 * kChunk + sizeof(std::uint64_t)];
+  out.clear();
+  for (std::size_t start = 0; start < in.size(); start += kChunk) {
+    const char* end = EncodeChunk(in.substr(start, kChunk), buffer);
+    out.append(buffer, static_cast<std::size_t>(end - buffer));
+  }
+}
+
+void Utf8ToAnsi(std::string_view in, std::string& out) {
+  out.resize(in.size());  // a character takes at least one byte in UTF-8
+  char* const start = out.data();
+  char* to = start;
+  std::size_t i = 0;
+  while (i < in.size()) {
+    const std::size_t ascii = CopyAscii(in.data() + i, in.size() - i, to);
+    i += ascii;
+    to += ascii;
+    for (bool wasAscii = false; i < in.size() && !wasAscii;) {
+      int used;
+      wasAscii = static_cast<unsigned char>(in[i]) < 0x80;
+      *to++ = DecodeOne(in.substr(i), &used);
+      i += static_cast<std::size_t>(used);
+    }
+  }
+  out.resize(static_cast<std::size_t>(to - start));
+}
+
+std::string AnsiToUtf8(std::string_view cp1251) {
+  std::string out;
+  AnsiToUtf8(cp1251, out);
+  return out;
+}
+
+std::string Utf8ToAnsi(std::string_view utf8) {
+  std::string out;
+  Utf8ToAnsi(utf8, out);
+  return out;
+}
+
+void doswinp(char* text, std::size_t len) {
+  MapBytes(kDosToWin, text, len);
+}
+
+void windosp(char* text, std::size_t len) {
+  MapBytes(kWinToDos, text, len);
+}
+
+bool ZaboyString(std::string& text) {
+  bool changed = false;
+  for (char& c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) continue;
+    c = ' ';
+    changed = true;
+  }
+  return changed;
+}
+
+}  // namespace backup
+
+namespace utils {
+
+char32_t Cp1251ToUnicode(unsigned char byte) {
+  return byte < 0x80 ? byte : kCp1251[byte - 0x80u];
+}
+
+int UnicodeToCp1251(char32_t code) {
+  return ByteOf(code);
+}
+
+}  // namespace utils
