@@ -11,9 +11,9 @@
 
 #include "maint/database_tool.h"
 #include "storage/codes.h"
-#include "storage/database_mutex.h"
 #include "storage/database_lock.h"
-#include "utils/log_util.h"
+#include "storage/database_mutex.h"
+#include "storage/database_open.h"
 
 namespace velor_server_proc {
 namespace {
@@ -48,13 +48,13 @@ int RemoveMutexes(const std::string& prefix, std::ostream& out) {
 
 int VelorCleanRecordMutexes(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
   out << "CleanMtx\n";
-  utils::LogUtil::Log("", "CleanMtx " + db);
+  LogTool("CleanMtx " + db);
   const OpenedDatabase database(ctx, db, out);
   if (!database.isReady()) return database.result();
 
   const int lockResult = velor_32::VelorLockDBTime(database.space(), database.relayRecTime());
   if (lockResult != velor_32::kOk && lockResult != velor_32::kLockedByCaller) {
-    utils::LogUtil::Log("", "Db is locked");
+    LogTool("Db is locked");
     return velor_32::kLocked;
   }
   int rc = RemoveMutexes(velor_32::FullTextMutexPrefix(database.name()), out);

@@ -4,7 +4,6 @@
 
 #include "storage/codes.h"
 #include "storage/database_open.h"
-#include "utils/log_util.h"
 #include "utils/string_utils.h"
 
 namespace velor_server_proc {
@@ -19,10 +18,10 @@ OpenedDatabase::OpenedDatabase(app::VelorAppContext* ctx, const std::string& db,
 int ReportOutcome(const std::string& subject, int rc, std::ostream& out) {
   if (rc == 0) {
     out << "Done\n";
-    utils::LogUtil::Log("", subject + " done");
+    LogTool(subject + " done");
   } else {
     out << "Error " << rc << '\n';
-    utils::LogUtil::Log("", subject + " error " + std::to_string(rc));
+    LogTool(subject + " error " + std::to_string(rc));
   }
   return rc;
 }

@@ -2,7 +2,7 @@
 
 #include "maint/database_tool.h"
 #include "storage/database_lock.h"
-#include "utils/log_util.h"
+#include "storage/database_open.h"
 
 namespace velor_server_proc {
 
@@ -11,7 +11,7 @@ int VelorEmptyDB(app::VelorAppContext* ctx, const std::string& db, std::ostream&
   if (!database.isReady()) return database.result();
 
   const std::string subject = "EmptyDB " + database.name();
-  utils::LogUtil::Log("", subject);
+  LogTool(subject);
   velor_01::TVelorSpace* space = database.space();
   int rc = velor_32::VelorDBEmptyTime(space, database.relayRecTime());
   if (rc == 0 && space->textSpace != nullptr) {

@@ -4,7 +4,7 @@
 
 #include "maint/database_tool.h"
 #include "storage/database_lock.h"
-#include "utils/log_util.h"
+#include "storage/database_open.h"
 
 namespace velor_server_proc {
 namespace {
@@ -27,7 +27,7 @@ int RunLockAction(const LockAction& action, app::VelorAppContext* ctx, const std
 
   const std::string subject = action.title + (" " + opened.name());
   out << action.title << '\n';
-  utils::LogUtil::Log("", subject);
+  LogTool(subject);
   const int rc = RunOnBoth(action, opened.space(), opened.relayRecTime());
   return ReportOutcome(subject, rc, out);
 }

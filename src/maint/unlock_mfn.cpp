@@ -4,11 +4,11 @@
 #include <ostream>
 
 #include "maint/database_tool.h"
-#include "storage/master_file.h"
+#include "storage/database_open.h"
 #include "storage/record_lock.h"
+#include "storage/record_read.h"
 #include "storage/xrf_info.h"
 #include "utils/int_list.h"
-#include "utils/log_util.h"
 
 namespace velor_server_proc {
 namespace {
@@ -63,7 +63,7 @@ class Unlocker {
 std::string Announce(const OpenedDatabase& database, std::ostream& out) {
   const std::string subject = "UnlockMFN " + database.name();
   out << "UnlockMFN\n";
-  utils::LogUtil::Log("", subject);
+  LogTool(subject);
   return subject;
 }
 
@@ -103,7 +103,7 @@ int VelorUnlockAllMfn(app::VelorAppContext* ctx, const std::string& db, std::ost
   velor_01::TIntList locked;
   velora::XrfLists lists;
   lists.locked = &locked;
-  if (const int rc = velora::isisxrfinfo(database.space(), &lists); rc != 0) {
+  if (const int rc = velora::isisxrfinfo(database.space(), lists); rc != 0) {
     return ReportOutcome(subject, rc, out);
   }
   if (locked.GetCount() == 0) out << "No locked records\n";
