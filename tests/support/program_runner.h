@@ -27,8 +27,9 @@ inline std::string ReadFile(const std::string& path) {
   return content.str();
 }
 
-/// A temporary directory with the program in it, named "velora". The program looks for its INI file and writes its log
-/// beside itself, so each test has its own. Removed with everything in it at the end of the scope.
+/// A temporary directory with the program in it, named "velora". The program looks for its INI file and
+/// writes its log beside itself, so each test has its own. Removed with everything in it at the end of the
+/// scope.
 class ProgramDir {
  public:
   ProgramDir() {

@@ -5,10 +5,12 @@
 //   share            copies the starting installation beside the program
 //   > name           a file beside the program, with the lines "| ..." that follow
 //   $ words          a command line behind the program's name; double quotes group words
-// Below a command line stands what it writes: standard output as it is, then "[err] ..." for each line of standard
-// error, then "[status n]" unless the status is 0. The test's directory reads "{dir}", a time reads "{time}".
+// Below a command line stands what it writes: standard output as it is, then "[err] ..." for each line of
+// standard error, then "[status n]" unless the status is 0. The test's directory reads "{dir}", a time reads
+// "{time}".
 //
-// With VELORA_REWRITE_CASES=1 in the environment the files get the output of the run; the difference is then reviewed.
+// With VELORA_REWRITE_CASES=1 in the environment the files get the output of the run; the difference is then
+// reviewed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
