@@ -76,7 +76,7 @@ class DateTime {
   [[nodiscard]] static int DaysInMonth(int year, int month);
   [[nodiscard]] static bool ValidDateTime(int year, int month, int day, int hour = 0, int minute = 0,
                                           int second = 0, int millisecond = 0);
-  /// Days from 1 January of the year 1 to a valid date.
+  /// Days from 1 January of the year 1 to a date; parts that make no date are held at their limits.
   [[nodiscard]] static int AbsoluteDays(int year, int month, int day);
 
   [[nodiscard]] DateTime AddTicks(std::int64_t n) const;

@@ -5,10 +5,13 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 namespace utils {
+
+struct IniLine;
 
 /// The keys of one section: value and raw line of each. Line numbers are indexes into the lines of the
 /// IniFile, from 0.
@@ -37,6 +40,9 @@ class IniSection {
  private:
   friend class IniFile;
 
+  /// Keeps a value; a key that is here already keeps its line.
+  void Store(std::string_view key, std::string_view value, int line);
+
   std::string name;                             // lower-cased
   std::unordered_map<std::string, Item> items;  // by lower-cased key
 };
@@ -45,18 +51,18 @@ class IniSection {
 /// file is written back with its comments and its order, and it has includes.
 ///
 /// Text form, line by line; section and key names are blind to case, values are taken as they are:
-///   # ... and / * ...   (written together) a comment: that one line
-///   [name]              a section; a section that comes twice is emptied when it comes again
-///   [@name]             an include: the file name.ini, lower-cased, under the include base
-///   key = value         blanks around both go; of a key given twice the last value wins
+///   # ... and /* ...  a comment: that one line
+///   [name]            a section; a section that comes twice is emptied when it comes again
+///   [@name]           an include: the file name.ini, lower-cased, under the include base
+///   key = value       blanks around both go; of a key given twice the last value wins
 /// What comes before the first head belongs to the section "", which always exists. Nothing is quoted or
 /// escaped, and what cannot be understood is kept as a raw line and otherwise passed over: there are no
 /// syntax errors.
 ///
 /// A key is looked for in the file itself and then in its includes, in the order of their lines, depth first;
-/// so the file's own value beats its includes wherever the [@name] line stands. Within one parse a file is
-/// read once: a second include of it, a cycle among them, stands there empty, which changes no answer.
-/// Includes nest 32 deep at most.
+/// so the file's own value beats its includes wherever the [@name] line stands. Within one parse an include
+/// is read once: when it is named again, in a cycle for instance, it stands there empty, which changes no
+/// answer. Includes nest 32 deep at most.
 ///
 /// Texts are bytes; names fold as UTF-8, or in ASCII only where the bytes are no UTF-8. Held by shared
 /// pointer; not locked.
@@ -74,7 +80,7 @@ class IniFile {
   [[nodiscard]] static std::shared_ptr<IniFile> Parse(std::vector<std::string> lines,
                                                       std::string_view fileName,
                                                       std::string_view includeBase);
-  /// Parses a text; includes come from `reader`, none do when it is empty.
+  /// Parses a text without its UTF-8 byte-order mark; includes come from `reader`, none do when it is empty.
   [[nodiscard]] static std::shared_ptr<IniFile> Parse(std::string_view text, std::string_view fileName,
                                                       const Reader& reader);
   /// Parses a file without its UTF-8 byte-order mark. A missing file gives an object without keys, never
@@ -98,8 +104,7 @@ class IniFile {
   /// line of the same key in the section is set too, so that the written file reads back alike. A new key
   /// becomes the line "key=value" behind the last item of the section; a missing section gets a head line at
   /// the end of the file first. False and no change when the names would not read back: a key with "=" or a
-  /// line break in it or one that would make a comment or a head, a section name that brackets would change.
-  /// Line breaks in the value become blanks.
+  /// line break in it, a section name that brackets would change. Line breaks in the value become blanks.
   bool Put(std::string_view section, std::string_view key, std::string_view value);
 
   /// Replaces the raw lines of a section, comments among them, making the section when it is missing. Lines
@@ -128,7 +133,7 @@ class IniFile {
  private:
   class Loader;
   struct SectionEntry {
-    std::unique_ptr<IniSection> section;
+    IniSection section;
     int headLine = -1;
   };
   struct Include {
@@ -138,7 +143,21 @@ class IniFile {
   };
 
   void ReadLines(std::vector<std::string> newLines, Loader& loader);
-  const std::string* FindValue(const std::string& foldedSection, const std::string& foldedKey) const;
+  IniSection& OpenSection(std::string_view name, int headLine);
+  void AddInclude(std::string includeName, int line, Loader& loader);
+  void IndexKeys(IniSection& section, int from, int end);
+  [[nodiscard]] const std::string* FindValue(const std::string& foldedSection,
+                                             const std::string& foldedKey) const;
+  [[nodiscard]] int SectionEnd(const SectionEntry& entry) const;
+
+  SectionEntry& SectionForWriting(std::string_view name);
+  void InsertKeyLines(SectionEntry& entry, const std::vector<std::string>& keyLines);
+  void ReplaceValue(const SectionEntry& entry, const std::string& foldedKey, const std::string& value);
+  void ShiftLines(int from, int lineCount);
+
+  void CollectKeys(const std::string& foldedSection, std::unordered_set<std::string>& seen,
+                   std::vector<IniLine>& keys) const;
+  void CollectSections(std::unordered_set<std::string>& seen, std::vector<std::string_view>& names) const;
 
   std::unordered_map<std::string, SectionEntry> sections;  // by lower-cased name
   std::vector<Include> includes;                           // in the order of their lines

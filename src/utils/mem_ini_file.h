@@ -48,7 +48,6 @@ class TStringHash {
 class THashedStringList : public velor_01::TStringList {
  public:
   THashedStringList();
-  ~THashedStringList() override;
   void Changed() noexcept override;
 
   /// Index of a text, or of the line with a name, blind to case; -1 when there is none.
@@ -59,8 +58,8 @@ class THashedStringList : public velor_01::TStringList {
   void BuildValueHash() const;
   void BuildNameHash() const;
 
-  mutable TStringHash valueHash;
-  mutable TStringHash nameHash;
+  mutable std::unique_ptr<TStringHash> valueHash;
+  mutable std::unique_ptr<TStringHash> nameHash;
   mutable bool valueHashValid = false;
   mutable bool nameHashValid = false;
 };
@@ -116,6 +115,7 @@ class TMemIniFile {
   [[nodiscard]] bool Empty() const { return sections.GetCount() == 0; }
 
  private:
+  THashedStringList* SectionAt(int i) const;
   THashedStringList* FindSection(std::string_view name) const;
   THashedStringList* AddSection(std::string_view name);
 

@@ -104,7 +104,6 @@ class TMfnTagList : private velor_01::PlainList<TMfnTag> {
   [[nodiscard]] int LoadFromFileCellIndex(const char* path, bool clear) noexcept;
 
  private:
-  bool Mark(std::int32_t mfn) noexcept;
   void Unmark(std::int32_t mfn) noexcept;
   bool IsRefused(std::int32_t mfn) const noexcept;
 

@@ -150,8 +150,12 @@ class TStringList {
     return text == nullptr ? std::string_view() : std::string_view(text);
   }
   bool InsertItem(int i, std::string_view text, void* object, std::int32_t number) noexcept;
+  bool AppendCopies(const TStringList& other) noexcept;
   bool AppendLines(std::string_view text) noexcept;
+  void DropFirst(int n) noexcept;
   void PlaceLastItem() noexcept;
+  void Settle() noexcept;
+  void Truncate(int n) noexcept;
   void NoteChange() noexcept {
     if (changed) Changed();
   }
