@@ -133,6 +133,6 @@ TEST_P(ToolCase, PrintsWhatTheFileSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, ToolCase, testing::ValuesIn(ListCases()),
-                         [](const testing::TestParamInfo<std::string>& info) { return info.param; });
+                         [](const auto& param) { return param.param; });
 
 }  // namespace
