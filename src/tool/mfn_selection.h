@@ -15,12 +15,12 @@ namespace tool {
 /// The words of the selection as the scanner leaves them. The options of a tool with a selection inherit
 /// these.
 struct SelectionOptions {
-  std::string range;         ///< -r
-  std::int32_t mfnFrom = 0;  ///< -mf
-  std::int32_t mfnTo = 0;    ///< -mt
-  std::string listFile;      ///< -l
-  std::string search;        ///< -se
-  std::string scan;          ///< -sc
+  std::string range = {};     ///< -r
+  std::int32_t mfnFrom = 0;   ///< -mf
+  std::int32_t mfnTo = 0;     ///< -mt
+  std::string listFile = {};  ///< -l
+  std::string search = {};    ///< -se
+  std::string scan = {};      ///< -sc
 };
 
 /// What the procedures get.

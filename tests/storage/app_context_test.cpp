@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "storage/app_paths.h"
@@ -12,36 +10,22 @@
 #include "storage/maintenance_context.h"
 #include "storage/process.h"
 #include "storage/velor_space.h"
+#include "support/installation.h"
 
 namespace {
 
-struct ContextCloser {
-  void operator()(app::VelorAppContext* ctx) const { app::velor_app_close(ctx); }
-};
-using ContextPointer = std::unique_ptr<app::VelorAppContext, ContextCloser>;
-
 class AppContext : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string name = std::filesystem::temp_directory_path() / "velora-context-XXXXXX";
-    dir_ = mkdtemp(name.data());
-    ctx_.reset(app::velor_app_init());
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
-  [[nodiscard]] std::string Path(const std::string& name) const { return dir_ + "/" + name; }
-
-  void Write(const std::string& name, const std::string& content) const {
-    std::ofstream(Path(name), std::ios::binary) << content;
-  }
+  [[nodiscard]] std::string Path(const std::string& name) const { return dir_.File(name); }
+  void Write(const std::string& name, const std::string& content) const { dir_.Write(name, content); }
 
   void LoadIni(const std::string& content) {
     Write("a.ini", content);
     fmt_64::velor_MainIni_Init(ctx_.get(), Path("a.ini"));
   }
 
-  std::string dir_;
-  ContextPointer ctx_;
+  test::TempDir dir_;
+  test::ContextPointer ctx_{app::velor_app_init()};
 };
 
 TEST_F(AppContext, ReadsTheSettingsOfTheMainIni) {
@@ -81,7 +65,7 @@ TEST_F(AppContext, AMissingIniReleasesTheEarlierOne) {
 
 TEST_F(AppContext, IncludesLieInTheSystemDirectory) {
   Write("common.ini", "[MAIN]\nMAXREPEAT=77\n");
-  fmt_64::velor_init_ExecDir(ctx_.get(), dir_);
+  fmt_64::velor_init_ExecDir(ctx_.get(), dir_.Path());
   LoadIni("[MAIN]\n[@common]\n");
   EXPECT_EQ(ctx_->maxRepeat, 77);
 }

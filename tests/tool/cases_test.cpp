@@ -24,9 +24,8 @@
 
 namespace {
 
-using testing_support::ProgramDir;
-using testing_support::ReadFile;
-using testing_support::RunResult;
+using test::ProgramDir;
+using test::RunResult;
 
 const std::string kCaseDirectory = VELORA_SOURCE_DIR "/tests/tool/cases";
 
@@ -37,6 +36,11 @@ std::vector<std::string> ListCases() {
   }
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::string ReadCase(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 std::vector<std::string> SplitWords(const std::string& line) {
@@ -86,7 +90,7 @@ class CaseRun {
     FlushFile();
     if (line.starts_with("$")) {
       played_ << line << '\n';
-      RunProgram(SplitWords(ReplaceAll(line.substr(1), "{dir}", dir_.path())));
+      RunProgram(SplitWords(ReplaceAll(line.substr(1), "{dir}", dir_.Path())));
     } else if (line.starts_with("#") || line.starts_with("> ") || line == "share") {
       played_ << line << '\n';
       if (line == "share") dir_.CopyShare();
@@ -95,7 +99,10 @@ class CaseRun {
   }
 
   void FlushFile() {
-    if (!fileName_.empty()) dir_.Write(fileName_, fileContent_);
+    if (!fileName_.empty()) {
+      std::filesystem::create_directories(std::filesystem::path(dir_.File(fileName_)).parent_path());
+      dir_.Write(fileName_, fileContent_);
+    }
     fileName_.clear();
     fileContent_.clear();
   }
@@ -110,7 +117,7 @@ class CaseRun {
 
   std::string Normalise(const std::string& text) const {
     static const std::regex time(R"((time )([0-9.:]*[0-9]{2}\.[0-9]{3})(\n))");
-    return std::regex_replace(ReplaceAll(text, dir_.path(), "{dir}"), time, "$1{time}$3");
+    return std::regex_replace(ReplaceAll(text, dir_.Path(), "{dir}"), time, "$1{time}$3");
   }
 
   ProgramDir dir_;
@@ -123,7 +130,7 @@ class ToolCase : public testing::TestWithParam<std::string> {};
 
 TEST_P(ToolCase, PrintsWhatTheFileSays) {
   const std::string path = kCaseDirectory + "/" + GetParam() + ".txt";
-  const std::string expected = ReadFile(path);
+  const std::string expected = ReadCase(path);
   const std::string played = CaseRun().Play(expected);
   if (std::getenv("VELORA_REWRITE_CASES") != nullptr) {
     std::ofstream(path, std::ios::binary) << played;

@@ -2,19 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 
 #include "storage/app_paths.h"
 #include "storage/process.h"
-#include "support/program_runner.h"
+#include "support/installation.h"
 #include "utils/path_util.h"
 
 namespace {
 
-struct ContextCloser {
-  void operator()(app::VelorAppContext* ctx) const { app::velor_app_close(ctx); }
-};
-using ContextPointer = std::unique_ptr<app::VelorAppContext, ContextCloser>;
+using test::ContextPointer;
 
 class InitApp : public testing::Test {
  protected:
@@ -23,7 +21,7 @@ class InitApp : public testing::Test {
     words.insert(words.begin(), "velora");
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
-    return ContextPointer(tool::init_app(dir_.Path("test.ini"), static_cast<int>(argv.size()), argv.data()));
+    return ContextPointer(tool::init_app(dir_.File("test.ini"), static_cast<int>(argv.size()), argv.data()));
   }
 
   // Directories below the one of the running program read "{exe}".
@@ -33,7 +31,7 @@ class InitApp : public testing::Test {
     return path;
   }
 
-  testing_support::ProgramDir dir_;
+  test::TempDir dir_;
 };
 
 TEST_F(InitApp, SettlesTheDirectories) {
@@ -103,10 +101,11 @@ TEST_F(InitApp, KeepsNineBytesOfThePrefix) {
 }
 
 TEST_F(InitApp, ReadsTheCharacterTables) {
+  std::filesystem::create_directory(dir_.File("sys"));
   dir_.Write("sys/isisacw.tab", "065 066,300 0\n");
   dir_.Write("sys/own.tab", "0 10 20");
   const ContextPointer ctx =
-      Init("[MAIN]\nSYSPATH=" + dir_.Path("sys/") + "\nUCTABPATH=.\\own\nFORMAT_DECOMPILED=1\n");
+      Init("[MAIN]\nSYSPATH=" + dir_.File("sys/") + "\nUCTABPATH=.\\own\nFORMAT_DECOMPILED=1\n");
   EXPECT_EQ(ctx->acTableLength, 2);
   EXPECT_EQ(ctx->acTable['B' - 1], 1);
   EXPECT_EQ(ctx->ucTable[2], 20);
@@ -115,7 +114,7 @@ TEST_F(InitApp, ReadsTheCharacterTables) {
 
 TEST_F(InitApp, PassedPathBeatsTheOption) {
   dir_.Write("other.ini", "[MAIN]\nMAXREPEAT=7\n");
-  EXPECT_EQ(Init("[MAIN]\nMAXREPEAT=6\n", {"-i", dir_.Path("other.ini")})->maxRepeat, 6);
+  EXPECT_EQ(Init("[MAIN]\nMAXREPEAT=6\n", {"-i", dir_.File("other.ini")})->maxRepeat, 6);
 }
 
 }  // namespace

@@ -39,12 +39,12 @@ TEST(SetupLocale, FallsBackWhereTheMachineLacksEnglish) {
 }
 
 TEST(SetupLocale, TakesEnglishWhereItIsThere) {
-  const testing_support::ProgramDir dir;
-  const std::string target = dir.Path("en_US.UTF-8");
+  const test::ProgramDir dir;
+  const std::string target = dir.File("en_US.UTF-8");
   const std::string command = "localedef -i en_US -f UTF-8 " + target + " >/dev/null 2>&1";
   if (std::system(command.c_str()) != 0) GTEST_SKIP() << "localedef cannot make en_US.UTF-8 here";
   EXPECT_TRUE(HoldsInChild([&] {
-    setenv("LOCPATH", dir.path().c_str(), 1);
+    setenv("LOCPATH", dir.Path().c_str(), 1);
     const char* name = tool::SetupLocale();
     return name != nullptr && std::strcmp(name, "en_US.UTF-8") == 0 && CyrillicLettersAreLetters();
   }));
@@ -80,8 +80,8 @@ TEST(SetupSignals, KeepsAChoiceForTheBrokenPipe) {
 
 // A reader that goes away, as in "velora ... | head -1", does not end the tool by a signal.
 TEST(Program, OutlivesItsReader) {
-  const testing_support::ProgramDir dir;
-  const std::string program = dir.Path("velora");
+  const test::ProgramDir dir;
+  const std::string program = dir.File("velora");
   int pipeEnds[2];
   ASSERT_EQ(pipe(pipeEnds), 0);
   close(pipeEnds[0]);
