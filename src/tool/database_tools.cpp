@@ -2,7 +2,6 @@
 
 #include "maint/empty_db.h"
 #include "maint/lock_db.h"
-#include "maint/new_db.h"
 #include "maint/new_db_context.h"
 #include "maint/unlock_mfn.h"
 #include "tool/mfn_selection.h"
@@ -52,10 +51,7 @@ int main_newdb(int argc, char** argv) {
   NewDbOptions options;
   ScanOptions<NewDbOptions>(argc, argv, kNewDbRows, &options);
   if (options.database.empty()) return RefuseCommandLine("newdb");
-  if (!options.isFree) return ReportNotBuilt("newdb");
-  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
-    velor_server_proc::VelorNewDB(ctx, options.database, options, std::cout);
-  });
+  return ReportNotBuilt("newdb");
 }
 
 int main_dropdb(int argc, char** argv) {
