@@ -4,6 +4,7 @@
 //   # ...            a remark
 //   share            copies the starting installation beside the program
 //   > name           a file beside the program, with the lines "| ..." that follow
+//   show name        a file as it is now; its lines stand below, each behind "= ", with CR as "\\r"
 //   $ words          a command line behind the program's name; double quotes group words
 // Below a command line stands what it writes: standard output as it is, then "[err] ..." for each line of
 // standard error, then "[status n]" unless the status is 0. The test's directory reads "{dir}", a time reads
@@ -91,6 +92,9 @@ class CaseRun {
     if (line.starts_with("$")) {
       played_ << line << '\n';
       RunProgram(SplitWords(ReplaceAll(line.substr(1), "{dir}", dir_.Path())));
+    } else if (line.starts_with("show ")) {
+      played_ << line << '\n';
+      ShowFile(line.substr(5));
     } else if (line.starts_with("#") || line.starts_with("> ") || line == "share") {
       played_ << line << '\n';
       if (line == "share") dir_.CopyShare();
@@ -113,6 +117,11 @@ class CaseRun {
     std::istringstream errors(Normalise(result.err));
     for (std::string line; std::getline(errors, line);) played_ << "[err] " << line << '\n';
     if (result.status != 0) played_ << "[status " << result.status << "]\n";
+  }
+
+  void ShowFile(const std::string& name) {
+    std::istringstream lines(ReplaceAll(dir_.Read(name), "\r", "\\r"));
+    for (std::string line; std::getline(lines, line);) played_ << "= " << line << '\n';
   }
 
   std::string Normalise(const std::string& text) const {
