@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <ctime>
-#include <regex>
 
 #include "support/temp_dir.h"
 #include "utils/path_util.h"
@@ -61,16 +60,19 @@ class LogFile {
   bool withPid_;
 };
 
-constexpr const char* kStamp = R"(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d\.\d{3} - )";
+/// The text with every digit put to '0'.
+std::string Digits(std::string text) {
+  for (char& c : text) c = c >= '0' && c <= '9' ? '0' : c;
+  return text;
+}
 
 TEST(LogUtil, LinesCarryTheTime) {
   const LogFile log(false);
   LogUtil::Log(log.Prefix(), "first");
   LogUtil::Log(log.Prefix(), "continued", false);
   LogUtil::Log(log.Prefix(), "второй", true);
-  EXPECT_TRUE(std::regex_match(log.Text(),
-                               std::regex(std::string(kStamp) + "first\ncontinued\n" + kStamp + "второй\n")))
-      << log.Text();
+  EXPECT_EQ(Digits(log.Text()),
+            "00.00.0000 00:00:00.000 - first\ncontinued\n00.00.0000 00:00:00.000 - второй\n");
 }
 
 TEST(LogUtil, DumpShowsNoMoreThanTheLimit) {
