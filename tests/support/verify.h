@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#include "support/shared_data.h"
+
+namespace test {
+
+/// What an independent verifier finds in a database, a line each; empty when it finds nothing or is not
+/// there. Lines that begin with "note:" tell of what is allowed.
+inline std::string Verify(const std::string& path) {
+  const std::string shared = SharedData();
+  if (shared.empty()) return "";
+  const std::string command = "python3 '" + shared + "/oracle/velodb.py' verify '" + path + "' 2>&1";
+  std::string output;
+  FILE* pipe = ::popen(command.c_str(), "r");
+  if (!pipe) return "verifier does not start";
+  char block[4096];
+  while (const std::size_t got = std::fread(block, 1, sizeof block, pipe)) output.append(block, got);
+  ::pclose(pipe);
+  const std::size_t end = output.rfind("ok\n");
+  return end == std::string::npos ? output : output.substr(0, end);
+}
+
+/// The lines that tell of damage.
+inline std::string Problems(const std::string& findings) {
+  std::istringstream lines(findings);
+  std::string problems;
+  for (std::string line; std::getline(lines, line);)
+    if (line.rfind("note:", 0) != 0) problems += line + "\n";
+  return problems;
+}
+
+}  // namespace test
