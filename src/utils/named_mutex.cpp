@@ -97,6 +97,11 @@ bool NamedMutex::Create(const char* newName) {
   return true;
 }
 
+bool NamedMutex::IsLinked() const {
+  struct stat info {};
+  return mutex != nullptr && fstat(handle, &info) == 0 && info.st_nlink > 0;
+}
+
 bool NamedMutex::Wait() {
   if (mutex == nullptr) return false;
   pthread_mutex_lock(mutex);

@@ -34,6 +34,10 @@ class NamedMutex {
   /// True when this object made the shared memory.
   [[nodiscard]] bool Created() const { return created; }
 
+  /// True while the open object still bears its name: a mutex that is kept open for long may have been
+  /// removed, and others then use a new one.
+  [[nodiscard]] bool IsLinked() const;
+
   /// Waits without limit. True whenever a mutex is open.
   bool Wait();
 
