@@ -1,7 +1,8 @@
-// Writes a file of made-up catalogue records in ISO 2709 form, about 1 kB each, the same for the same arguments:
+// Writes a file of made-up catalogue records in ISO 2709 form, about 1 kB each, the same for the same
+// arguments:
 //   make_corpus <file> <records> [seed]
-// A record has some 25 fields with subfields opened by 1F hex, Russian and English words drawn so that few are
-// frequent and many are rare.
+// A record has some 25 fields with subfields opened by 1F hex, Russian and English words drawn so that few
+// are frequent and many are rare.
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,7 +25,8 @@ class Corpus {
     Fields fields = {{1, "RU/CAT/" + std::to_string(number)}, {5, "20261124120000.0"}, {100, Coded()}};
     Add(&fields, 101, {{'a', Pick({"rus", "eng", "fre", "ger"})}});
     Add(&fields, 200, {{'a', Words(4)}, {'e', Words(5)}, {'f', Name()}});
-    Add(&fields, 210, {{'a', Pick({"Москва", "London", "Санкт-Петербург", "Казань"})}, {'c', Words(2)}, {'d', Year()}});
+    Add(&fields, 210,
+        {{'a', Pick({"Москва", "London", "Санкт-Петербург", "Казань"})}, {'c', Words(2)}, {'d', Year()}});
     Add(&fields, 215, {{'a', std::to_string(20 + Next(900)) + " с."}});
     Add(&fields, 300, {{'a', Words(7)}});
     for (int i = 2 + Next(3); i > 0; --i) Add(&fields, 606, {{'a', Words(2)}, {'x', Words(1)}});
@@ -52,7 +54,8 @@ class Corpus {
   std::string Word() {
     static constexpr const char* kSyllables[2][16] = {
         {"ка", "та", "ло", "ги", "би", "бли", "о", "те", "кни", "ра", "ре", "по", "че", "ста", "но", "вы"},
-        {"li", "bra", "ry", "ca", "ta", "log", "book", "read", "er", "in", "dex", "no", "ti", "on", "ing", "th"}};
+        {"li", "bra", "ry", "ca", "ta", "log", "book", "read", "er", "in", "dex", "no", "ti", "on", "ing",
+         "th"}};
     const int bits = Next(19);
     unsigned word = static_cast<unsigned>(random_()) & ((1U << bits) - 1);
     const auto& syllables = kSyllables[word % 3 == 0];

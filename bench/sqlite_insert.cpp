@@ -1,5 +1,5 @@
-// A peer for the import: inserts each record of an ISO 2709 file into a SQLite table, one transaction each, with the
-// journal in WAL mode and synchronous=OFF:
+// A peer for the import: inserts each record of an ISO 2709 file into a SQLite table, one transaction each,
+// with the journal in WAL mode and synchronous=OFF:
 //   sqlite_insert <database> <file>
 
 #include <sqlite3.h>

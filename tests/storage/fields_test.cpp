@@ -19,7 +19,7 @@ class FieldsTest : public testing::Test {
   FieldsTest() : context_(test::MakeContext()), space_(Velorinit(context_.get())) {
     EXPECT_EQ(VelorInitSpaceDummy(space_.get()), kOk);
   }
-  test::Context context_;
+  test::ContextPointer context_;
   SpacePointer space_;
 };
 

@@ -36,7 +36,7 @@ class RecordReadTest : public testing::Test {
     return test::OpenSpace(context_.get(), dir_.File("db"));
   }
   test::TempDir dir_;
-  test::Context context_;
+  test::ContextPointer context_;
 };
 
 TEST_F(RecordReadTest, EachKindOfRecord) {

@@ -59,7 +59,7 @@ class RecordUpdateTest : public testing::Test {
 
   test::TempDir dir_;
   std::string path_ = dir_.File("db");
-  test::Context context_;
+  test::ContextPointer context_;
 };
 
 TEST_F(RecordUpdateTest, NewRecordsAndVersions) {
@@ -318,7 +318,7 @@ TEST_F(RecordUpdateTest, RandomOperationsAgreeWithAMap) {
 pid_t StartWriter(const std::string& path, int writer, int records) {
   const pid_t child = ::fork();
   if (child != 0) return child;
-  const test::Context context = test::MakeContext();
+  const test::ContextPointer context = test::MakeContext();
   const SpacePointer space = test::OpenSpace(context.get(), path);
   VelorBulkStart(space.get());
   int failures = 0;

@@ -2,21 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 
-#include "storage/app_context.h"
 #include "storage/fields.h"
 #include "storage/master_file.h"
 #include "storage/velor_space.h"
+#include "support/context.h"
 #include "support/test_base.h"
 
 namespace test {
 
 /// An application context for tests of storage.
-struct ContextCloser {
-  void operator()(app::VelorAppContext* ctx) const { app::velor_app_close(ctx); }
-};
 using Context = std::unique_ptr<app::VelorAppContext, ContextCloser>;
 inline Context MakeContext() {
   return Context(app::velor_app_init());
