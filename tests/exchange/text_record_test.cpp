@@ -132,6 +132,7 @@ TEST_F(TextRecordTest, Csv) {
        "#1: a\r\n*****\r\n"},
       {"quotes", "\"a;b\";\"say \"\"x\"\"\"\n", "#1: a;b\r\n#2: say \"x\"\r\n*****\r\n"},
       {"a quoted line end", "\"a\r\nb\";c\n", "#1: a b\r\n#2: c\r\n*****\r\n"},
+      {"a quote opened in the last line", "a;\"b\";\"[\n", "#1: a\r\n#2: b\r\n#3: [\r\n*****\r\n"},
       {"an open quote runs to the end", "\"a\nb", "#1: a b\r\n*****\r\n"},
       {"a quote inside a plain field", "a\"b\n", "#1: a\"b\r\n*****\r\n"},
       {"text behind a closing quote", "\"a\"b;c\n", "#1: ab\r\n#2: c\r\n*****\r\n"},

@@ -249,6 +249,16 @@ TEST_F(RecordUpdateTest, TheMappingOfFragments) {
   EXPECT_EQ(backup::VelorGetMfn(space.get(), 0, &fragment), kNoRecordFiles);
 }
 
+TEST_F(RecordUpdateTest, WildFragmentCounts) {
+  for (const std::uint32_t count : {1U, 34U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    TestBase().Record({{1, "x"}}).PokeMst(20, count).PokeMst(28, 100).WriteTo(path_);
+    const SpacePointer space = Open();
+    EXPECT_EQ(VelorRecord(space.get(), 0, 1), kOk);
+    EXPECT_LE(VelorRecord(space.get(), 0, 2147483647), kMfnRange);
+    Velormaxmfn(space.get());
+  }
+}
+
 TEST_F(RecordUpdateTest, AWaitForTheMutexEnds) {
   const SpacePointer space = Open();
   utils::NamedMutex held;
