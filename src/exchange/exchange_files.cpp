@@ -36,6 +36,7 @@ std::string WorkDirectory(const app::VelorAppContext* ctx) {
 }
 
 std::string FindTable(const app::VelorAppContext* ctx, const std::string& database, const std::string& name) {
+  if (utils::PathUtil::IsFile(name)) return name;
   const std::string file = utils::StringUtils::ToLower(name) + ".fst";
   for (const std::string& folder : {TableDirectory(ctx, database), ctx->depositPath, WorkDirectory(ctx)})
     for (const std::string& path : {folder + name + ".fst", folder + file})

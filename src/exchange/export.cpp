@@ -175,16 +175,17 @@ void Export::WriteIso() {
   output_.Write(isoBuffer_, velora::IsoNumber({isoBuffer_, 5}));
 }
 
-/// What the record label takes over: those parts of the label that a MARC import kept or, where there is none, the
-/// leader field. The field itself goes. A record that brought its label along may have a 999 of its own.
+/// What the record label takes over: those parts of the label that a MARC import kept or, where there is
+/// none, the leader field. The field itself goes. A record that brought its label along may have a 999 of its
+/// own.
 std::string Export::TakeLeaderField() {
   const std::string label = TakeField(velora::kImportedLeaderTag, velora::kIsoLeaderSize);
   if (!label.empty()) return label.substr(5, 5) + label.substr(17, 3);
   return TakeField(velora::kExportedLeaderTag, 0);
 }
 
-/// Removes the first field of that tag and gives its text; empty when there is none, or when its length is not the
-/// one asked for (0: any).
+/// Removes the first field of that tag and gives its text; empty when there is none, or when its length is
+/// not the one asked for (0: any).
 std::string Export::TakeField(int tag, std::size_t length) {
   const int index = velor_32::Velorfieldn(space_.get(), kSlot, tag, 1);
   if (velor_32::Velorfldtag(space_.get(), kSlot, index) != tag) return {};

@@ -74,6 +74,7 @@ class Import {
   int ImportAll();
   void ImportRecord();
   bool IsRefused();
+  void Skip(const std::string& reason);
   void CleanFields();
   bool TakeHeaderNumber();
   bool HasRoomFor(std::int64_t records);
@@ -176,7 +177,7 @@ int Import::ImportAll() {
   while (!app::CheckStopProcess(ctx_)) {
     velor_32::Velornewrec(space_.get(), kRecordSlot);
     const ImportSource::Outcome outcome = source_->Next(kRecordSlot);
-    if (outcome == ImportSource::Outcome::kEnd) break;
+    if (outcome == ImportSource::Outcome::kEnd || app::CheckStopProcess(ctx_)) break;
     ++recordNumber_;
     if (outcome == ImportSource::Outcome::kNoMemory) {
       out_ << "malloc error " << std::endl;
@@ -186,7 +187,7 @@ int Import::ImportAll() {
     if (outcome == ImportSource::Outcome::kRecord) {
       ImportRecord();
     } else {
-      Note("Record skipped: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
+      Skip(source_->remark);
     }
   }
   velor_32::VelorBulkStop(space_.get());
@@ -212,15 +213,19 @@ void Import::ImportRecord() {
 /// Records that are not written: those without any field (with a header a number is enough), and with -k
 /// those that are not text throughout.
 bool Import::IsRefused() {
-  const std::string number = std::to_string(recordNumber_);
   if (params_.checkEncoding && source_->badTexts > 0) {
-    Note("Record skipped: NUMBER " + number + " bad encoding COUNT " + std::to_string(source_->badTexts));
+    Skip("bad encoding COUNT " + std::to_string(source_->badTexts));
     return true;
   }
   const bool hasFields = velor_32::Velornfields(space_.get(), kRecordSlot) > 0;
   if (hasFields || (params_.header && velor_32::Velormfn(space_.get(), kRecordSlot) >= 1)) return false;
-  Note("Record skipped: NUMBER " + number + " no fields, lost COUNT " + std::to_string(source_->lostFields));
+  Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
   return true;
+}
+
+void Import::Skip(const std::string& reason) {
+  ++counts_["skipped"];
+  Note("Record skipped: NUMBER " + std::to_string(recordNumber_) + " " + reason);
 }
 
 void Import::CleanFields() {
