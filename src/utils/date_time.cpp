@@ -180,9 +180,11 @@ DateTime DateTime::AddTicks(std::int64_t n) const {
 }
 
 DateTime DateTime::AddUnits(std::int64_t n, std::int64_t ticksPerUnit) const {
-  const std::int64_t limit = kMaxTicks / ticksPerUnit;
-  if (n < -limit || n > limit) ThrowRange("DateTime::AddMilliseconds argument out of range ", n);
-  return AddTicks(n * ticksPerUnit);
+  std::int64_t delta = 0;
+  const std::int64_t ticks = GetTicks();
+  if (__builtin_mul_overflow(n, ticksPerUnit, &delta) || delta < -ticks || delta > kMaxTicks - ticks)
+    ThrowRange("DateTime::AddMilliseconds argument out of range ", n);
+  return WithTicks(ticks + delta);
 }
 
 DateTime DateTime::AddMilliseconds(std::int64_t n) const {
