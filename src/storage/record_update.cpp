@@ -37,14 +37,14 @@ struct Update {
   TRecordShelf& record;
   bool keepLock;
 
-  std::string guid;    // to be stored with the record; empty where none is kept
-  bool isNew = false;  // takes the next free number
+  std::string guid = {};  // to be stored with the record; empty where none is kept
+  bool isNew = false;     // takes the next free number
   int fragment = 0;
   int localMfn = 0;         // number within the file
   std::int64_t offset = 0;  // where the new image goes
   std::int64_t oldOffset = 0;
-  TNew_Xrf entry;  // to be written last
-  UpdateFiles open;
+  TNew_Xrf entry = {};  // to be written last
+  UpdateFiles open = {};
 };
 
 /// Refuses a record that somebody changed since it was read. A number out of range is left to TakeNumber.

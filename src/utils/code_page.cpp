@@ -35,27 +35,29 @@ constexpr HalfPage kCp866 = {
     0x0457, 0x040E, 0x045E, 0x00B0, 0x2219, 0x00B7, 0x221A, 0x2116, 0x00A4, 0x25A0, 0x00A0,
 };
 
-/// The code points up to here, all of Cyrillic that cp1251 has, are found by index.
-constexpr std::size_t kDirectCodes = 0x500;
+/// The characters of two bytes in UTF-8, all of Cyrillic among them, find their cp1251 byte by index.
+constexpr std::size_t kDirectCodes = 0x800;
 
-constexpr std::array<unsigned char, kDirectCodes> MakeDirectBytes() {
-  std::array<unsigned char, kDirectCodes> bytes{};  // 0: no such character
-  for (unsigned i = 0; i < 0x80; ++i) bytes[i] = static_cast<unsigned char>(i);
+constexpr std::array<char, kDirectCodes> MakeDirectBytes() {
+  std::array<char, kDirectCodes> bytes{};
+  bytes.fill('?');
+  for (unsigned i = 0; i < 0x80; ++i) bytes[i] = static_cast<char>(i);
   for (unsigned i = 0; i < kCp1251.size(); ++i) {
-    if (kCp1251[i] < kDirectCodes) bytes[kCp1251[i]] = static_cast<unsigned char>(0x80 + i);
+    if (kCp1251[i] < kDirectCodes) bytes[kCp1251[i]] = static_cast<char>(0x80 + i);
   }
   return bytes;
 }
 
-constexpr std::array<unsigned char, kDirectCodes> kDirectBytes = MakeDirectBytes();
+constexpr std::array<char, kDirectCodes> kDirectBytes = MakeDirectBytes();
 
-constexpr int ByteOf(char32_t code) {
-  if (code < kDirectCodes) return kDirectBytes[code] != 0 || code == 0 ? kDirectBytes[code] : -1;
+/// The byte of a code point, '?' when cp1251 lacks it.
+constexpr char ByteOf(char32_t code) {
+  if (code < kDirectCodes) return kDirectBytes[code];
   // What is left are some twenty dashes, quotes and signs, and rare in a text.
   for (unsigned i = 0; i < kCp1251.size(); ++i) {
-    if (kCp1251[i] == code) return static_cast<int>(0x80 + i);
+    if (kCp1251[i] == code) return static_cast<char>(0x80 + i);
   }
-  return -1;
+  return '?';
 }
 
 using ByteMap = std::array<char, 256>;
@@ -108,46 +110,37 @@ constexpr std::array<Encoded, 256> MakeEncodings() {
 
 constexpr std::array<Encoded, 256> kEncodings = MakeEncodings();
 
-constexpr std::uint64_t kHighBits = 0x8080808080808080;
 constexpr std::size_t kChunk =
     2048;  // bytes of input per turn: the output of a turn stays in the nearest cache
 
-/// Copies the ASCII bytes at `from`, eight at a time, up to the first other byte or the last whole eight.
-std::size_t CopyAscii(const char* from, std::size_t left, char* to) {
-  std::size_t done = 0;
-  for (std::uint64_t word; done + sizeof word <= left; done += sizeof word) {
-    std::memcpy(&word, from + done, sizeof word);
-    std::memcpy(to + done, &word, sizeof word);
-    const std::uint64_t high = word & kHighBits;
-    if (high != 0) return done + static_cast<std::size_t>(__builtin_ctzll(high)) / 8;
-  }
-  return done;
+char* EncodeByte(char c, char* to) {
+  const Encoded& encoded = kEncodings[static_cast<unsigned char>(c)];
+  std::memcpy(to, encoded.bytes, sizeof encoded.bytes);
+  return to + encoded.length;
 }
 
-/// Converts one chunk; `to` has room for three bytes per byte and a word more. Gives the end of the output.
+/// Converts one chunk; `to` has room for three bytes per byte. Gives the end of the output.
 char* EncodeChunk(std::string_view chunk, char* to) {
   std::size_t i = 0;
-  while (i < chunk.size()) {
-    const std::size_t ascii = CopyAscii(chunk.data() + i, chunk.size() - i, to);
-    i += ascii;
-    to += ascii;
-    // Letters come in words: stay here until an ASCII byte has been taken.
-    for (bool wasAscii = false; i < chunk.size() && !wasAscii; ++i) {
-      const auto byte = static_cast<unsigned char>(chunk[i]);
-      std::memcpy(to, kEncodings[byte].bytes, sizeof Encoded::bytes);
-      to += kEncodings[byte].length;
-      wasAscii = byte < 0x80;
+  for (std::uint64_t word; i + sizeof word <= chunk.size(); i += sizeof word) {
+    if (utils::LoadAscii8(chunk.data() + i, &word)) {
+      std::memcpy(to, &word, sizeof word);
+      to += sizeof word;
+      continue;
     }
+    for (std::size_t k = 0; k < sizeof word; ++k) to = EncodeByte(chunk[i + k], to);
   }
+  for (; i < chunk.size(); ++i) to = EncodeByte(chunk[i], to);
   return to;
 }
 
-/// The byte for the character at the front of `text`; `used` receives the character's length in UTF-8.
-char DecodeOne(std::string_view text, int* used) {
-  const char32_t code = utils::ReadUtf8Char(text.data(), text.size(), used);
-  if (*used == 1) return text[0];
-  const int byte = ByteOf(code);
-  return byte < 0 ? '?' : static_cast<char>(byte);
+/// The byte for the character at `i`, which is moved behind it.
+char DecodeNext(std::string_view utf8, std::size_t& i) {
+  int used;
+  const char32_t code = utils::ReadUtf8Char(utf8.data() + i, utf8.size() - i, &used);
+  const char byte = used == 1 ? utf8[i] : ByteOf(code);
+  i += static_cast<std::size_t>(used);
+  return byte;
 }
 
 }  // namespace
@@ -155,7 +148,7 @@ char DecodeOne(std::string_view text, int* used) {
 namespace backup {
 
 void AnsiToUtf8(std::string_view in, std::string& out) {
-  char buffer[3 * kChunk + sizeof(std::uint64_t)];
+  char buffer[sizeof Encoded::bytes * kChunk];
   out.clear();
   for (std::size_t start = 0; start < in.size(); start += kChunk) {
     const char* end = EncodeChunk(in.substr(start, kChunk), buffer);
@@ -165,21 +158,19 @@ void AnsiToUtf8(std::string_view in, std::string& out) {
 
 void Utf8ToAnsi(std::string_view in, std::string& out) {
   out.resize(in.size());  // a character takes at least one byte in UTF-8
-  char* const start = out.data();
-  char* to = start;
-  std::size_t i = 0;
-  while (i < in.size()) {
-    const std::size_t ascii = CopyAscii(in.data() + i, in.size() - i, to);
-    i += ascii;
-    to += ascii;
-    for (bool wasAscii = false; i < in.size() && !wasAscii;) {
-      int used;
-      wasAscii = static_cast<unsigned char>(in[i]) < 0x80;
-      *to++ = DecodeOne(in.substr(i), &used);
-      i += static_cast<std::size_t>(used);
+  char* to = out.data();
+  for (std::size_t i = 0; i < in.size();) {
+    std::uint64_t word;
+    if (i + sizeof word <= in.size() && utils::LoadAscii8(in.data() + i, &word)) {
+      std::memcpy(to, &word, sizeof word);
+      to += sizeof word;
+      i += sizeof word;
+      continue;
     }
+    *to++ = DecodeNext(in, i);
+    while (i < in.size() && static_cast<unsigned char>(in[i]) >= 0x80) *to++ = DecodeNext(in, i);
   }
-  out.resize(static_cast<std::size_t>(to - start));
+  out.resize(static_cast<std::size_t>(to - out.data()));
 }
 
 std::string AnsiToUtf8(std::string_view cp1251) {
@@ -222,7 +213,8 @@ char32_t Cp1251ToUnicode(unsigned char byte) {
 }
 
 int UnicodeToCp1251(char32_t code) {
-  return ByteOf(code);
+  const char byte = ByteOf(code);
+  return byte == '?' && code != U'?' ? -1 : static_cast<unsigned char>(byte);
 }
 
 }  // namespace utils

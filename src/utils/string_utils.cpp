@@ -10,8 +10,6 @@
 
 namespace {
 
-using utils::CaseTables;
-
 /// One direction of the case mapping, for the loops over UTF-8 text.
 struct Folding {
   const std::array<char16_t, 0x10000>& table;
@@ -33,14 +31,13 @@ char32_t Fold(const Folding& folding, char32_t code) {
 }
 
 constexpr std::uint64_t kEachByte = 0x0101010101010101;
-constexpr std::uint64_t kHighBits = 0x80 * kEachByte;
 
 /// Changes the case of eight ASCII bytes in one word. No byte carries into its neighbour: all are below 128.
 std::uint64_t FoldAscii(std::uint64_t word, char firstLetter) {
   const auto first = static_cast<std::uint64_t>(firstLetter);
   const std::uint64_t atLeastFirst = word + (0x80 - first) * kEachByte;
   const std::uint64_t behindLast = word + (0x80 - first - 26) * kEachByte;
-  const std::uint64_t letters = atLeastFirst & ~behindLast & kHighBits;
+  const std::uint64_t letters = atLeastFirst & ~behindLast & 0x80 * kEachByte;
   return word ^ letters >> 2;  // 0x80 becomes 0x20, the distance of the cases
 }
 
@@ -48,14 +45,11 @@ std::uint64_t FoldAscii(std::uint64_t word, char firstLetter) {
 /// most.
 std::size_t FoldStep(const Folding& folding, std::string_view text, char*& to) {
   std::uint64_t word;
-  if (text.size() >= sizeof word) {
-    std::memcpy(&word, text.data(), sizeof word);
-    if ((word & kHighBits) == 0) {
-      word = FoldAscii(word, folding.firstLetter);
-      std::memcpy(to, &word, sizeof word);
-      to += sizeof word;
-      return sizeof word;
-    }
+  if (text.size() >= sizeof word && utils::LoadAscii8(text.data(), &word)) {
+    word = FoldAscii(word, folding.firstLetter);
+    std::memcpy(to, &word, sizeof word);
+    to += sizeof word;
+    return sizeof word;
   }
   int used;
   const char32_t code = utils::ReadUtf8Char(text.data(), text.size(), &used);

@@ -75,6 +75,11 @@ Mask OutOfBounds(const Block& block, Mask lead, Mask b5, Mask b4) {
   return c0c1 | aboveF4 | (afterE0 & ~b5) | (afterED & b5) | (afterF0 & ~(b5 | b4)) | (afterF4 & (b5 | b4));
 }
 
+/// The bits up to the lowest one set, and that one; all bits when none is set.
+Mask UpToLowest(Mask mask) {
+  return mask ^ (mask - 1);
+}
+
 /// Checks the block at the start of a character. Result: the bytes checked, which end with a whole character
 /// (61 to 64); or kEnded when all is well up to a zero byte; or kIllFormed.
 int CheckBlock(const Block& block) {
@@ -91,13 +96,13 @@ int CheckBlock(const Block& block) {
   // Leads D0 to DF, all that most Cyrillic text has, need no further look.
   if ((lead & (b5 | ~b4)) != 0) wrong |= OutOfBounds(block, lead, b5, b4);
 
-  // A character that the block's end cuts is left to the next block.
+  // A character that the block's end cuts is left to the next block; only that it begins here, where no
+  // continuation is due, is checked with this one.
   const Mask cut = (lead & Mask{1} << 63) | (longLead & Mask{3} << 62) | (longestLead & Mask{7} << 61);
-  const int checked = std::countr_zero(cut);
-  const Mask beforeCut = cut == 0 ? ~Mask{0} : (Mask{1} << checked) - 1;
-  const Mask zeros = ZeroBytes(block) & beforeCut;
-  if (zeros == 0) return (wrong & beforeCut) != 0 ? kIllFormed : checked;
-  return (wrong & (zeros ^ (zeros - 1))) != 0 ? kIllFormed : kEnded;  // up to the first zero and with it
+  const Mask checked = UpToLowest(cut);
+  const Mask zeros = ZeroBytes(block) & checked;
+  if ((wrong & checked & UpToLowest(zeros)) != 0) return kIllFormed;
+  return zeros != 0 ? kEnded : std::countr_zero(cut);
 }
 
 /// Checks fewer than 64 bytes: the zeros behind them end the check, and cut what the text's end cuts.

@@ -29,11 +29,6 @@ int ReadFirst(const char* text, int len, int* used, bool* isIllFormed) {
   return static_cast<int>(code);
 }
 
-std::size_t CountCharacters(std::string_view utf8) {
-  return static_cast<std::size_t>(
-      std::count_if(utf8.begin(), utf8.end(), [](char c) { return !utils::IsUtf8Continuation(c); }));
-}
-
 std::size_t Utf8LengthOf(wchar_t c) {
   char buffer[utils::kMaxUtf8Char];
   return static_cast<std::size_t>(utils::WriteUtf8Char(buffer, static_cast<char32_t>(c)) - buffer);
@@ -41,10 +36,16 @@ std::size_t Utf8LengthOf(wchar_t c) {
 
 /// Strict decoding into `wide`. False leaves `wide` empty.
 bool DecodeUtf8(std::string_view text, std::wstring& wide) {
-  wide.resize(
-      CountCharacters(text));  // exact for a well-formed text; any other is given up before it passes this
+  wide.resize(utils::CountUtf8Chars(
+      text));  // exact for a well-formed text; any other is given up before it passes this
   wchar_t* to = wide.data();
   for (std::size_t i = 0; i < text.size();) {
+    std::uint64_t word;
+    if (i + sizeof word <= text.size() && utils::LoadAscii8(text.data() + i, &word)) {
+      for (std::size_t k = 0; k < sizeof word; ++k) *to++ = static_cast<unsigned char>(text[i + k]);
+      i += sizeof word;
+      continue;
+    }
     int used;
     const char32_t code = ReadUtf8Char(text.data() + i, text.size() - i, &used);
     if (IsIllFormed(code, used)) {

@@ -43,4 +43,17 @@ char32_t ReadLongUtf8Char(const char* text, std::size_t left, int* used) {
   return code;
 }
 
+std::size_t CountUtf8Chars(std::string_view text) {
+  constexpr std::uint64_t kEachByte = 0x0101010101010101;
+  std::size_t count = text.size();
+  std::size_t i = 0;
+  for (std::uint64_t word; i + sizeof word <= text.size(); i += sizeof word) {
+    if (LoadAscii8(text.data() + i, &word)) continue;
+    const std::uint64_t continuations = word >> 7 & ~(word >> 6) & kEachByte;
+    count -= continuations * kEachByte >> 56;  // the top byte of the product is the sum of all bytes
+  }
+  for (; i < text.size(); ++i) count -= IsUtf8Continuation(text[i]) ? 1 : 0;
+  return count;
+}
+
 }  // namespace utils

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
 
 /// One character of UTF-8, read and written. The hot loops of the text layer stand on these inline functions.
 namespace utils {
@@ -56,5 +59,14 @@ inline char* WriteUtf8Char(char* to, char32_t code) {
   *to++ = static_cast<char>(0x80 | (code & 0x3F));
   return to;
 }
+
+/// True when none of the eight bytes at `text` is above 127; `word` receives them.
+[[nodiscard]] inline bool LoadAscii8(const char* text, std::uint64_t* word) {
+  std::memcpy(word, text, sizeof *word);
+  return (*word & 0x8080808080808080) == 0;
+}
+
+/// Characters of a well-formed text: its bytes that are no continuation.
+[[nodiscard]] std::size_t CountUtf8Chars(std::string_view text);
 
 }  // namespace utils

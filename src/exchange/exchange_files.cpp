@@ -1,0 +1,85 @@
+#include "exchange/exchange_files.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "storage/app_paths.h"
+#include "storage/codes.h"
+#include "storage/database_open.h"
+#include "utils/file_layer.h"
+#include "utils/path_util.h"
+#include "utils/string_utils.h"
+
+namespace velora {
+
+namespace {
+
+constexpr std::size_t kFlushSize = std::size_t{1} << 18;
+
+std::string TableDirectory(const app::VelorAppContext* ctx, std::string database) {
+  std::vector<std::string> directories;
+  if (backup::OpenDb(ctx->execDir, ctx->dataPath, &database, &directories) != velor_32::kOk) return {};
+  return directories[backup::kTableDirectory];
+}
+
+}  // namespace
+
+std::string WorkDirectory(const app::VelorAppContext* ctx) {
+  std::string path = fmt_64::GetWorkDir(ctx, ctx->execDir);
+  if (path.empty()) path = ctx->execDir + "workdir/";
+  if (path.back() != '/') path += '/';
+  std::error_code ignored;  // what cannot be made shows when a file in it cannot be created
+  std::filesystem::create_directories(path, ignored);
+  return path;
+}
+
+std::string FindTable(const app::VelorAppContext* ctx, const std::string& database, const std::string& name) {
+  const std::string file = utils::StringUtils::ToLower(name) + ".fst";
+  for (const std::string& folder : {TableDirectory(ctx, database), ctx->depositPath, WorkDirectory(ctx)})
+    for (const std::string& path : {folder + name + ".fst", folder + file})
+      if (utils::PathUtil::IsFile(path)) return path;
+  return {};
+}
+
+std::string WorkFile(const app::VelorAppContext* ctx, const std::string& file, const char* middle) {
+  return WorkDirectory(ctx) + utils::PathUtil::GetFileNameWithoutExtension(file) + middle +
+         std::to_string(::getpid()) + ".txt";
+}
+
+OutputFile::~OutputFile() {
+  Close();
+}
+
+bool OutputFile::Create(const std::string& path) {
+  handle_ = backup::_lcreat(path.c_str(), 0);
+  failed_ = false;
+  buffer_.clear();
+  return isOpen();
+}
+
+void OutputFile::Write(const char* data, std::size_t length) {
+  buffer_.append(data, length);
+  FlushIfLarge();
+}
+
+void OutputFile::FlushIfLarge() {
+  if (buffer_.size() >= kFlushSize) Flush();
+}
+
+void OutputFile::Flush() {
+  const std::int64_t size = static_cast<std::int64_t>(buffer_.size());
+  failed_ |= backup::_lwrite64(handle_, buffer_.data(), size) != size;
+  buffer_.clear();
+}
+
+bool OutputFile::Close() {
+  if (!isOpen()) return !failed_;
+  if (!buffer_.empty()) Flush();
+  failed_ |= backup::_lclose(handle_) != 0;
+  handle_ = -1;
+  return !failed_;
+}
+
+}  // namespace velora

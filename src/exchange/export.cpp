@@ -1,0 +1,202 @@
+#include "exchange/export.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <ostream>
+
+#include "exchange/exchange_files.h"
+#include "exchange/iso_record.h"
+#include "exchange/marc_mode.h"
+#include "exchange/text_record.h"
+#include "storage/app_context.h"
+#include "storage/codes.h"
+#include "storage/database_open.h"
+#include "storage/fields.h"
+#include "storage/process.h"
+#include "storage/record_read.h"
+#include "utils/log_util.h"
+#include "utils/string_utils.h"
+
+namespace velor_server_proc {
+
+using velor_32::kOk;
+
+namespace {
+
+constexpr int kSlot = 0;
+constexpr unsigned long kFirstIsoBuffer = 32000;
+
+/// What the options ask for and this program does not do yet; empty when it does all of it.
+std::string MissingPart(const VelorExportContext& params, const std::string& tablePath) {
+  if (!tablePath.empty()) return "-t";
+  if (params.mode == VelorExportContext::kSearch) return "-se";
+  if (!params.scan.empty()) return "-sc";
+  return params.filter.empty() ? "" : "-flt";
+}
+
+class Export {
+ public:
+  Export(app::VelorAppContext* ctx, std::string database, std::string file, const VelorExportContext& params,
+         std::ostream& out)
+      : ctx_(ctx),
+        database_(std::move(database)),
+        file_(std::move(file)),
+        out_(out),
+        params_(params),
+        encoder_(params.encoding) {
+    if (params_.fieldEnd == 0) params_.fieldEnd = velora::kFieldTerminator;
+    if (params_.recordEnd == 0) params_.recordEnd = velora::kRecordTerminator;
+  }
+  ~Export() { std::free(isoBuffer_); }
+  Export(const Export&) = delete;
+  Export& operator=(const Export&) = delete;
+
+  int Run();
+
+ private:
+  int ExportAll();
+  template <class Visit>
+  void VisitSelection(Visit&& visit);
+  void ExportRecord(int mfn);
+  void WriteIso();
+  void OverwriteLeader(std::string_view leader);
+  std::string TakeLeaderField();
+
+  app::VelorAppContext* ctx_;
+  std::string database_;
+  std::string file_;
+  std::ostream& out_;
+  VelorExportContext params_;
+  velora::TextEncoder encoder_;
+
+  velor_32::SpacePointer space_;
+  bool marcMode_ = false;
+  bool writeGuid_ = false;
+  velora::OutputFile output_;
+  char* isoBuffer_ = nullptr;
+  unsigned long isoSize_ = 0;
+  std::int64_t recordNumber_ = 0;  // running count of the loop, from 1
+};
+
+int Export::Run() {
+  if (params_.format != VelorExportContext::kIso && params_.format != VelorExportContext::kText) {
+    out_ << "Export format not supported" << std::endl;
+    LogTool("Export format not supported");
+    return kOk;
+  }
+  int result = kOk;
+  space_.reset(VelorOpenDb(ctx_, database_, out_, &result));
+  if (!space_) return result;
+  out_ << "Export" << std::endl;
+  LogTool("Export " + database_ + (params_.fst.empty() ? "" : " " + params_.fst) +
+          (params_.format == VelorExportContext::kIso ? " iso" : ""));
+
+  const std::string table = params_.fst.empty() ? "" : velora::FindTable(ctx_, database_, params_.fst);
+  if (const std::string missing = MissingPart(params_, table); !missing.empty()) {
+    out_ << "export " << missing << ": not built yet" << std::endl;
+    return kOk;
+  }
+  if (!params_.fst.empty()) {
+    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+    out_ << "File not found " << params_.fst << std::endl;
+    LogTool("File not found " + params_.fst);
+  }
+  writeGuid_ = params_.guid || ctx_->guidOption == 1;
+  if (params_.format == VelorExportContext::kIso) {
+    isoBuffer_ = static_cast<char*>(std::calloc(kFirstIsoBuffer + 1, 1));
+    isoSize_ = kFirstIsoBuffer;
+    if (!isoBuffer_) {
+      out_ << "Malloc failed " << kFirstIsoBuffer + 1 << std::endl;
+      return velor_32::kNoMemory;
+    }
+  }
+  return ExportAll();
+}
+
+int Export::ExportAll() {
+  if (!output_.Create(file_)) {
+    out_ << " cannot create file: " << file_ << std::endl;
+    LogTool("Export cannot create file: " + file_);
+    return velor_32::kNoRecordFiles;
+  }
+  VisitSelection([&](int mfn) { ExportRecord(mfn); });
+  if (!output_.Close()) {
+    out_ << "Export write error: " << file_ << std::endl;
+    LogTool("Export write error: " + file_);
+    return velor_32::kNoRecordFiles;
+  }
+  out_ << "Done" << std::endl;
+  LogTool("Export " + database_ + " done");
+  return kOk;
+}
+
+template <class Visit>
+void Export::VisitSelection(Visit&& visit) {
+  if (params_.mode == VelorExportContext::kList) {
+    const int count = params_.mfnList ? params_.mfnList->GetCount() : 0;
+    for (int i = 0; i < count && !app::CheckStopProcess(ctx_); ++i) visit(params_.mfnList->Get(i));
+    return;
+  }
+  const int last = velor_32::Velormaxmfn(space_.get()) - 1;
+  const int to = params_.mfnTo < 1 || params_.mfnTo > last ? last : params_.mfnTo;
+  const int from = std::min(std::max(params_.mfnFrom, 1), to);
+  for (int mfn = std::max(from, 1); mfn <= to && !app::CheckStopProcess(ctx_); ++mfn) visit(mfn);
+}
+
+void Export::ExportRecord(int mfn) {
+  ++recordNumber_;
+  const int result = velor_32::VelorRecord(space_.get(), kSlot, mfn);
+  if (result == velor_32::kDeleted || result == velor_32::kPhysicallyDeleted) return;
+  if (result != kOk && result != velor_32::kRecordLocked) {
+    utils::LogUtil::LogErrorPid(app::AppPrefixText(), database_ + " record read error mfn=" +
+                                                          std::to_string(mfn) + " " + std::to_string(result));
+    return;
+  }
+  if (marcMode_) velora::ReplaceInFields(space_.get(), kSlot, velora::kSubfieldMark, velora::kMarcDelimiter);
+  if (params_.format == VelorExportContext::kIso) {
+    WriteIso();
+  } else {
+    velora::AppendTextRecord(space_.get(), kSlot, params_.header, writeGuid_, encoder_, &output_.buffer());
+    output_.FlushIfLarge();
+  }
+}
+
+void Export::WriteIso() {
+  const std::string leader = marcMode_ ? TakeLeaderField() : "";
+  if (velora::WriteIsoRecord(space_.get(), kSlot, isoBuffer_, isoSize_, params_.recordEnd, params_.fieldEnd,
+                             encoder_) != 0) {
+    const std::string message = "Record too big for iso MFN " + std::to_string(recordNumber_);
+    out_ << message << std::endl;
+    LogTool(message);
+    return;
+  }
+  OverwriteLeader(leader);
+  output_.Write(isoBuffer_, velora::IsoNumber({isoBuffer_, 5}));
+}
+
+/// The text of the leader field; the field itself goes.
+std::string Export::TakeLeaderField() {
+  const int index = velor_32::Velorfieldn(space_.get(), kSlot, velora::kExportedLeaderTag, 1);
+  if (velor_32::Velorfldtag(space_.get(), kSlot, index) != velora::kExportedLeaderTag) return {};
+  const std::string text(velor_32::FieldText(space_.get(), kSlot, index));
+  velor_32::Velorfldrep(space_.get(), kSlot, index, nullptr, 0);
+  return text;
+}
+
+/// The first 5 bytes of the leader text stand at offset 5 of the record, up to 3 more at offset 17.
+void Export::OverwriteLeader(std::string_view leader) {
+  const std::string_view first = leader.substr(0, 5);
+  std::copy(first.begin(), first.end(), isoBuffer_ + 5);
+  if (leader.size() <= 5) return;
+  const std::string_view second = leader.substr(5, 3);
+  std::copy(second.begin(), second.end(), isoBuffer_ + 17);
+}
+
+}  // namespace
+
+int VelorExport(app::VelorAppContext* ctx, const std::string& database, const std::string& file,
+                const VelorExportContext& params, std::ostream& out) {
+  return Export(ctx, utils::StringUtils::ToLower(database), file, params, out).Run();
+}
+
+}  // namespace velor_server_proc

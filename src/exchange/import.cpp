@@ -1,0 +1,342 @@
+#include "exchange/import.h"
+
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <map>
+#include <memory>
+#include <ostream>
+
+#include "exchange/csv.h"
+#include "exchange/exchange_files.h"
+#include "exchange/import_source.h"
+#include "exchange/marc_mode.h"
+#include "storage/app_context.h"
+#include "storage/bulk_writer.h"
+#include "storage/codes.h"
+#include "storage/database_lock.h"
+#include "storage/database_open.h"
+#include "storage/fields.h"
+#include "storage/maintenance_context.h"
+#include "storage/record_guid.h"
+#include "storage/record_lock.h"
+#include "storage/record_read.h"
+#include "storage/record_status.h"
+#include "storage/record_update.h"
+#include "storage/shelf.h"
+#include "storage/xrf_info.h"
+#include "utils/code_page.h"
+#include "utils/int_list.h"
+#include "utils/string_utils.h"
+#include "utils/text_util.h"
+
+namespace velor_server_proc {
+
+using velor_32::kOk;
+using velora::ImportSource;
+
+namespace {
+
+constexpr int kCsvFailed = -500;
+constexpr int kRecordSlot = 0;
+constexpr int kBlankSlot = 3;  // for the blank records that fill up to a number
+
+/// What the options ask for and this program does not do yet; empty when it does all of it.
+std::string MissingPart(const VelorImportContext& params, const std::string& tablePath) {
+  if (!tablePath.empty()) return "-t";
+  if (params.mergeMode == VelorImportContext::kMergeByFormat) return "-p";
+  if (params.mergeMode == VelorImportContext::kMergeByCorrection) return "-g";
+  if (!params.filter.empty()) return "-flt";
+  if (params.flc) return "-c";
+  return params.autoin ? "-a" : "";
+}
+
+/// Removes a file at the end of the scope; an empty name is none.
+struct TemporaryFile {
+  std::string path;
+  ~TemporaryFile() {
+    if (!path.empty()) ::unlink(path.c_str());
+  }
+};
+
+class Import {
+ public:
+  Import(app::VelorAppContext* ctx, std::string database, std::string file, std::ostream& out,
+         const VelorImportContext& params)
+      : ctx_(ctx), database_(std::move(database)), file_(std::move(file)), out_(out), params_(params) {}
+
+  int Run();
+
+ private:
+  int Prepare();
+  int ConvertCsv();
+  int OpenSource();
+  int ImportAll();
+  void ImportRecord();
+  bool IsRefused();
+  void CleanFields();
+  bool TakeHeaderNumber();
+  bool HasRoomFor(std::int64_t records);
+  bool ExtendTo(int mfn);
+  int StoreUnderFreedNumber();
+  int Store();
+  void Count(int result, bool isNew);
+  void Note(const std::string& line);
+  void Report();
+
+  app::VelorAppContext* ctx_;
+  std::string database_;
+  std::string file_;
+  std::ostream& out_;
+  VelorImportContext params_;
+
+  velor_32::SpacePointer space_;
+  std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
+  bool marcMode_ = false;
+  bool updateIndex_ = false;
+  TemporaryFile converted_;
+  velora::OutputFile protocol_;
+  velor_01::TIntList freedNumbers_;
+  int nextFreed_ = 0;
+  std::unique_ptr<ImportSource> source_;
+  std::int64_t recordNumber_ = 0;               // in the file, from 1
+  std::map<std::string, std::int64_t> counts_;  // by status
+  std::int64_t imported_ = 0;
+};
+
+int Import::Run() {
+  if (params_.format != VelorImportContext::kIso && params_.format != VelorImportContext::kText &&
+      params_.format != VelorImportContext::kCsv) {
+    out_ << "Import format not supported" << std::endl;
+    return kOk;
+  }
+  int result = kOk;
+  space_.reset(VelorOpenDb(ctx_, database_, out_, &result));
+  if (!space_) return result;
+  out_ << "Import" << std::endl;
+  LogTool("Import database " + database_ + " " + file_);
+  if (velor_32::VelorIsDBLocked(space_.get()) == velor_32::kLocked) {
+    out_ << "Database locked" << std::endl;
+    LogTool(database_ + " locked");
+    return kOk;
+  }
+  if (int rc = Prepare(); rc != kOk || !source_) return rc;
+  const int rc = ImportAll();
+  Report();
+  return rc;
+}
+
+/// Everything before the first record. The source stays null when the run ends here.
+int Import::Prepare() {
+  const std::string table = params_.fst.empty() ? "" : velora::FindTable(ctx_, database_, params_.fst);
+  if (const std::string missing = MissingPart(params_, table); !missing.empty()) {
+    out_ << "import " << missing << ": not built yet" << std::endl;
+    return kOk;
+  }
+  updateIndex_ = ctx_->mainIni->Get("Main", "RECUPDIF", "0") == "1";
+  if (!params_.fst.empty()) {
+    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+    out_ << "File not found " << params_.fst << std::endl;
+    LogTool("File not found " + params_.fst);
+  }
+  if (params_.proto && !protocol_.Create(velora::WorkFile(ctx_, file_, "_protocol_")))
+    LogTool("Import cannot create protocol of " + file_);
+  if (params_.format == VelorImportContext::kCsv)
+    if (int rc = ConvertCsv(); rc != kOk) return rc;
+  if (params_.reuseMfn) velora::isisxrfinfo(space_.get(), {.physicallyDeleted = &freedNumbers_});
+  maintenance_.reset(velora::VelorA_init(ctx_));
+  if (!maintenance_) return velor_32::kNoMemory;
+  return OpenSource();
+}
+
+int Import::ConvertCsv() {
+  out_ << "Csv to txt convertion " << file_ << std::endl;
+  converted_.path = velora::WorkFile(ctx_, file_, "_csv_");
+  if (!velora::CSVtoTXT(ctx_, file_, converted_.path)) {
+    out_ << "Csv to txt convertion failed " << file_ << std::endl;
+    LogTool("Csv to txt convertion failed " + file_);
+    return kCsvFailed;
+  }
+  out_ << "Csv to txt convertion ok " << file_ << std::endl;
+  return kOk;
+}
+
+int Import::OpenSource() {
+  const std::string& path = converted_.path.empty() ? file_ : converted_.path;
+  source_ = velora::OpenImportSource(space_.get(), path, marcMode_, params_);
+  if (source_) return kOk;
+  out_ << " file does not exist: " << file_ << std::endl;
+  LogTool("Import file does not exist: " + file_);
+  return velor_32::kNotFound;
+}
+
+int Import::ImportAll() {
+  velor_32::VelorBulkStart(space_.get());
+  int result = kOk;
+  while (!app::CheckStopProcess(ctx_)) {
+    velor_32::Velornewrec(space_.get(), kRecordSlot);
+    const ImportSource::Outcome outcome = source_->Next(kRecordSlot);
+    if (outcome == ImportSource::Outcome::kEnd) break;
+    ++recordNumber_;
+    if (outcome == ImportSource::Outcome::kNoMemory) {
+      out_ << "malloc error " << std::endl;
+      result = velor_32::kNoMemory;
+      break;
+    }
+    if (outcome == ImportSource::Outcome::kRecord) {
+      ImportRecord();
+    } else {
+      Note("Record skipped: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
+    }
+  }
+  velor_32::VelorBulkStop(space_.get());
+  return result;
+}
+
+void Import::ImportRecord() {
+  velor_01::TVelorSpace* space = space_.get();
+  if (!source_->remark.empty())
+    Note("Record damaged: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
+  if (IsRefused()) return;
+  if (params_.checkEncoding) CleanFields();
+  if (params_.header && velor_32::Velormfn(space, kRecordSlot) > 0 && !TakeHeaderNumber()) return;
+
+  const bool isNew = velor_32::Velormfn(space, kRecordSlot) == 0;
+  const bool isGone = velor_32::Velorrecstatus(space, kRecordSlot, 1) & velor_01::kStatusPhysicallyDeleted;
+  const int result = isNew && nextFreed_ < freedNumbers_.GetCount() ? StoreUnderFreedNumber() : Store();
+  if (result == kOk && isGone)
+    velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, kRecordSlot), maintenance_->relayRecTime);
+  Count(result, isNew);
+}
+
+/// Records that are not written: those without any field (with a header a number is enough), and with -k
+/// those that are not text throughout.
+bool Import::IsRefused() {
+  const std::string number = std::to_string(recordNumber_);
+  if (params_.checkEncoding && source_->badTexts > 0) {
+    Note("Record skipped: NUMBER " + number + " bad encoding COUNT " + std::to_string(source_->badTexts));
+    return true;
+  }
+  const bool hasFields = velor_32::Velornfields(space_.get(), kRecordSlot) > 0;
+  if (hasFields || (params_.header && velor_32::Velormfn(space_.get(), kRecordSlot) >= 1)) return false;
+  Note("Record skipped: NUMBER " + number + " no fields, lost COUNT " + std::to_string(source_->lostFields));
+  return true;
+}
+
+void Import::CleanFields() {
+  velor_01::TVelorSpace* space = space_.get();
+  for (int i = 1; i <= velor_32::Velornfields(space, kRecordSlot); ++i) {
+    std::string text(velor_32::FieldText(space, kRecordSlot, i));
+    if (backup::ZaboyString(text))
+      velor_32::Velorfldrep(space, kRecordSlot, i, text.data(), static_cast<int>(text.size()));
+  }
+}
+
+/// Makes room for the number that the header asks for. A number in use gets a further version of its record;
+/// the next free one is simply a new record. False when the number cannot be had.
+bool Import::TakeHeaderNumber() {
+  velor_01::TVelorSpace* space = space_.get();
+  const int mfn = velor_32::Velormfn(space, kRecordSlot);
+  if (!ExtendTo(mfn)) {
+    Count(velor_32::kMfnRange, false);
+    return false;
+  }
+  if (mfn < velor_32::Velormaxmfn(space)) {
+    velor_32::Velorchangeversion(space, kRecordSlot, velor_32::VelorReadVersion(space, mfn));
+    return true;
+  }
+  const char* guid = velor_32::VelorGetGuid(space, kRecordSlot);
+  const std::string kept = guid ? guid : "";
+  velor_32::Velorchangemfn(space, kRecordSlot, 0);
+  if (!kept.empty()) velor_32::VelorSetGuid(space, kRecordSlot, kept.c_str());
+  return true;
+}
+
+/// A number far away is refused before it fills the disk.
+bool Import::HasRoomFor(std::int64_t records) {
+  constexpr std::int64_t kBytesEach = velor_01::kLeaderSize + velor_01::kXrfEntrySize;
+  struct statvfs disk {};
+  if (::statvfs((space_->path + ".mst").c_str(), &disk) != 0) return false;
+  return records * kBytesEach <
+         static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
+}
+
+/// Writes blank records and deletes them physically until `mfn` is the next free number.
+bool Import::ExtendTo(int mfn) {
+  velor_01::TVelorSpace* space = space_.get();
+  const int timeout = maintenance_->relayRecTime;
+  int next = velor_32::Velormaxmfn(space);
+  if (next < 1 || (next < mfn && !HasRoomFor(std::int64_t{mfn} - next))) return false;
+  for (; next < mfn && next >= 1; next = velor_32::Velormaxmfn(space)) {
+    if (app::CheckStopProcess(ctx_)) return false;
+    int result = kOk;
+    int ignored = kOk;
+    velor_32::Velornewrec(space, kBlankSlot);
+    velor_32::VelorRecUpdateTime(space, kBlankSlot, false, false, timeout, &result, &ignored);
+    if (result != kOk) return false;
+    const int blank = velor_32::Velormfn(space, kBlankSlot);
+    if (int rc = velor_32::VelorRecPhysDelTime(space, blank, timeout); rc != kOk)
+      LogTool("VelorRecPhysDelTime error mfn " + std::to_string(blank) + " " + std::to_string(rc));
+  }
+  return next >= mfn;
+}
+
+/// A new record takes the first number that was freed. One that somebody else took in the meantime is passed
+/// over.
+int Import::StoreUnderFreedNumber() {
+  while (nextFreed_ < freedNumbers_.GetCount()) {
+    const int mfn = freedNumbers_.Get(nextFreed_++);
+    velor_32::Velorchangemfn(space_.get(), kRecordSlot, mfn);
+    velor_32::Velorchangeversion(space_.get(), kRecordSlot, 0);
+    if (const int result = Store(); result != velor_32::kVersionMismatch) return result;
+  }
+  velor_32::Velorchangemfn(space_.get(), kRecordSlot, 0);
+  return Store();
+}
+
+int Import::Store() {
+  int result = kOk;
+  int indexResult = kOk;
+  velor_32::VelorRecUpdateTime(space_.get(), kRecordSlot, false, updateIndex_, maintenance_->relayRecTime,
+                               &result, &indexResult);
+  if (result == kOk) velor_32::VelorRecCleanMtxTime(space_.get(), kRecordSlot, maintenance_->relayRecTime);
+  return result;
+}
+
+void Import::Count(int result, bool isNew) {
+  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), kRecordSlot));
+  const std::string error = "Record update error: " + std::to_string(result);
+  ++counts_[result != kOk ? error : isNew ? "inserted" : "updated"];
+  if (result == kOk) ++imported_;
+  if (!protocol_.isOpen()) return;
+  Note(result != kOk ? error + " NUMBER " + std::to_string(recordNumber_)
+                     : std::string("Record ") + (isNew ? "inserted" : "updated") + ": MFN " + mfn);
+  if (source_->lostFields > 0)
+    Note("Record fields lost: MFN " + mfn + " COUNT " + std::to_string(source_->lostFields));
+}
+
+void Import::Note(const std::string& line) {
+  if (!protocol_.isOpen()) return;
+  protocol_.buffer().append(line).append("\r\n");
+  protocol_.FlushIfLarge();
+}
+
+void Import::Report() {
+  source_.reset();
+  protocol_.Close();
+  out_ << "Records imported total" << std::endl;
+  for (const auto& [status, count] : counts_) out_ << status << " " << count << std::endl;
+  out_ << "Records merged 0" << std::endl << "Records imported " << imported_ << std::endl;
+  LogTool("Import " + database_ + " records merged 0");
+  LogTool("Import " + database_ + " done");
+  out_ << "Done" << std::endl;
+}
+
+}  // namespace
+
+int VelorImport(app::VelorAppContext* ctx, const std::string& database, const std::string& file,
+                std::ostream& out, const VelorImportContext& params) {
+  return Import(ctx, utils::StringUtils::ToLower(database), file, out, params).Run();
+}
+
+}  // namespace velor_server_proc

@@ -1,0 +1,45 @@
+#include "maint/lock_db.h"
+
+#include <ostream>
+
+#include "maint/database_tool.h"
+#include "storage/database_lock.h"
+#include "storage/database_open.h"
+
+namespace velor_server_proc {
+namespace {
+
+struct LockAction {
+  const char* title;
+  int (*run)(velor_01::TVelorSpace* space, int timeoutSeconds);
+};
+
+int RunOnBoth(const LockAction& action, velor_01::TVelorSpace* space, int timeoutSeconds) {
+  const int rc = action.run(space, timeoutSeconds);
+  if (rc != 0 || space->textSpace == nullptr) return rc;
+  return action.run(space->textSpace, timeoutSeconds);
+}
+
+int RunLockAction(const LockAction& action, app::VelorAppContext* ctx, const std::string& db,
+                  std::ostream& out) {
+  OpenedDatabase opened(ctx, db, out);
+  if (!opened.isReady()) return opened.result();
+
+  const std::string subject = action.title + (" " + opened.name());
+  out << action.title << '\n';
+  LogTool(subject);
+  const int rc = RunOnBoth(action, opened.space(), opened.relayRecTime());
+  return ReportOutcome(subject, rc, out);
+}
+
+}  // namespace
+
+int VelorLockDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
+  return RunLockAction({"LockDB", velor_32::VelorLockDBTime}, ctx, db, out);
+}
+
+int VelorUnlockDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
+  return RunLockAction({"UnlockDB", velor_32::VelorUnLockDBTime}, ctx, db, out);
+}
+
+}  // namespace velor_server_proc

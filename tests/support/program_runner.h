@@ -1,0 +1,61 @@
+#pragma once
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace test {
+
+/// What a run of the program left behind.
+struct RunResult {
+  int status = 0;  ///< exit status, or the negated number of the signal that ended the run
+  std::string out;
+  std::string err;
+};
+
+/// A temporary directory with the program in it, named "velora". The program looks for its INI file and
+/// writes its log beside itself, so each test has its own.
+class ProgramDir : public TempDir {
+ public:
+  ProgramDir() {
+    std::error_code noLink;  // on another file system
+    std::filesystem::create_hard_link(VELORA_PROGRAM, File("velora"), noLink);
+    if (noLink) std::filesystem::copy_file(VELORA_PROGRAM, File("velora"));
+  }
+
+  /// Copies the starting installation: INI file, tables, databases.
+  void CopyShare() const {
+    std::filesystem::copy(VELORA_SOURCE_DIR "/share", Path(), std::filesystem::copy_options::recursive);
+  }
+
+  /// Runs the program in this directory. `words` are those behind the program name.
+  [[nodiscard]] RunResult Run(const std::vector<std::string>& words) const {
+    const std::string out = File(".stdout");
+    const std::string err = File(".stderr");
+    const pid_t child = fork();
+    if (child == 0) Execute(words, out, err);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Read(".stdout"), Read(".stderr")};
+  }
+
+ private:
+  [[noreturn]] void Execute(const std::vector<std::string>& words, const std::string& out,
+                            const std::string& err) const {
+    std::vector<char*> argv = {const_cast<char*>("velora")};
+    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+    argv.push_back(nullptr);
+    dup2(open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+    dup2(open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+    if (chdir(Path().c_str()) == 0) execv(File("velora").c_str(), argv.data());
+    _exit(126);
+  }
+};
+
+}  // namespace test
