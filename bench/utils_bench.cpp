@@ -1,10 +1,10 @@
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "build_info.h"
 #include "utils/code_page.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
@@ -117,28 +117,6 @@ void CompareKeys(benchmark::State& state) {
 }
 BENCHMARK(CompareKeys)->Arg(0)->Arg(100);
 
-/// What the figures stand for: compiler and build, with a warning when they say little.
-void PrintBuild() {
-  std::printf("compiler: %s\n", __VERSION__);
-#ifdef __OPTIMIZE__
-  std::printf("optimised: yes\n");
-#else
-  std::printf("optimised: no\nWARNING: figures of a build without optimisation\n");
-#endif
-#ifdef NDEBUG
-  std::printf("asserts: off\n");
-#else
-  std::printf("asserts: on\nWARNING: figures of a build with asserts\n");
-#endif
-}
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  PrintBuild();
-  benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  benchmark::RunSpecifiedBenchmarks();
-  benchmark::Shutdown();
-  return 0;
-}
+VELORA_BENCHMARK_MAIN()

@@ -18,9 +18,11 @@ std::string ReadQuoted(std::ifstream& stream, std::string& line, std::size_t* at
     const std::size_t quote = line.find(kQuote, *at);
     field.append(line, *at, quote - *at);
     if (quote == std::string::npos) {
-      *at = line.size();
-      if (!std::getline(stream, line)) break;
       *at = 0;
+      if (!std::getline(stream, line)) {
+        line.clear();
+        break;
+      }
       field.push_back('\n');
       continue;
     }

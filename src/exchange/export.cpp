@@ -61,6 +61,7 @@ class Export {
   void WriteIso();
   void OverwriteLeader(std::string_view leader);
   std::string TakeLeaderField();
+  std::string TakeField(int tag, std::size_t length);
 
   app::VelorAppContext* ctx_;
   std::string database_;
@@ -174,16 +175,26 @@ void Export::WriteIso() {
   output_.Write(isoBuffer_, velora::IsoNumber({isoBuffer_, 5}));
 }
 
-/// The text of the leader field; the field itself goes.
+/// What the record label takes over: those parts of the label that a MARC import kept or, where there is none, the
+/// leader field. The field itself goes. A record that brought its label along may have a 999 of its own.
 std::string Export::TakeLeaderField() {
-  const int index = velor_32::Velorfieldn(space_.get(), kSlot, velora::kExportedLeaderTag, 1);
-  if (velor_32::Velorfldtag(space_.get(), kSlot, index) != velora::kExportedLeaderTag) return {};
-  const std::string text(velor_32::FieldText(space_.get(), kSlot, index));
+  const std::string label = TakeField(velora::kImportedLeaderTag, velora::kIsoLeaderSize);
+  if (!label.empty()) return label.substr(5, 5) + label.substr(17, 3);
+  return TakeField(velora::kExportedLeaderTag, 0);
+}
+
+/// Removes the first field of that tag and gives its text; empty when there is none, or when its length is not the
+/// one asked for (0: any).
+std::string Export::TakeField(int tag, std::size_t length) {
+  const int index = velor_32::Velorfieldn(space_.get(), kSlot, tag, 1);
+  if (velor_32::Velorfldtag(space_.get(), kSlot, index) != tag) return {};
+  std::string text(velor_32::FieldText(space_.get(), kSlot, index));
+  if (length > 0 && text.size() != length) return {};
   velor_32::Velorfldrep(space_.get(), kSlot, index, nullptr, 0);
   return text;
 }
 
-/// The first 5 bytes of the leader text stand at offset 5 of the record, up to 3 more at offset 17.
+/// The first 5 bytes stand at offset 5 of the record (status, type, level ...), up to 3 more at offset 17.
 void Export::OverwriteLeader(std::string_view leader) {
   const std::string_view first = leader.substr(0, 5);
   std::copy(first.begin(), first.end(), isoBuffer_ + 5);

@@ -19,9 +19,9 @@ struct VelorImportContext {
   static constexpr std::int32_t kMergeByCorrection = 2;
 
   std::int32_t format = kText;
-  std::string fst;  ///< -t: table that rebuilds each record; empty: none
+  std::string fst = {};  ///< -t: table that rebuilds each record; empty: none
   std::int32_t mergeMode = kNoMerge;
-  std::string merge;           ///< -p or -g: format text or name, or name of the correction task
+  std::string merge = {};      ///< -p or -g: format text or name, or name of the correction task
   bool flc = false;            ///< -c: formal logic control
   bool autoin = false;         ///< -a: automatic input on new records
   bool checkEncoding = false;  ///< -k: refuse records with text that is not UTF-8
@@ -30,7 +30,7 @@ struct VelorImportContext {
   bool header = false;         ///< -hdr: take the header line, keeping record numbers
   bool reuseMfn = false;       ///< -pdel: new records take the numbers of physically deleted ones
   std::int32_t encoding = velora::EncodingOption::kUtf8;  ///< an EncodingOption::Type; -win: kWindows
-  std::string filter;  ///< -flt: format that gives "1" for the records to take; empty: all
+  std::string filter = {};  ///< -flt: format that gives "1" for the records to take; empty: all
 };
 
 }  // namespace velor_server_proc

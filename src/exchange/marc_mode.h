@@ -11,8 +11,8 @@ namespace velora {
 
 constexpr char kMarcDelimiter = '\x1F';
 constexpr char kSubfieldMark = '^';
-constexpr int kImportedLeaderTag = 1000;  // an import keeps the record label in this field
-constexpr int kExportedLeaderTag = 999;   // an export takes parts of the label from this one
+constexpr int kImportedLeaderTag = 1000;  // an import keeps the record label in this field, all 24 bytes
+constexpr int kExportedLeaderTag = 999;   // an export takes up to 8 bytes of the label from this one
 
 /// True when the name holds the text that the key PRMARCFORMAT of the main ini names ("MARC" by default),
 /// letter case aside.

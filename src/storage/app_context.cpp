@@ -45,9 +45,8 @@ void DestroyVariables(VelorAppContext& ctx) {
   }
 }
 
-// The order matters in three places: the connection goes first, while the settings still stand; the variables go
-// last, as they hold spaces that the format cache and the scratch record may still name; the INI file goes before
-// the directories only by habit.
+// The connection goes first, while the settings still stand. The variable stores go last: the spaces that
+// they hold may still be named by the format cache and the scratch record.
 void ReleaseAll(VelorAppContext& ctx) {
   Destroy(ctx.parts.closeClient, ctx.client);
   ctx.mainIni.reset();

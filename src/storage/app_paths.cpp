@@ -57,7 +57,9 @@ void velor_MainIni_Init(app::VelorAppContext* ctx, const std::string& path) {
   ctx->lazyBool = GetNumber(ini, "LAZY_BOOL", 0) > 0;
 }
 
-void velor_init_ExecDir(app::VelorAppContext* ctx, std::string_view path) { ctx->execDir = WithSlash(path); }
+void velor_init_ExecDir(app::VelorAppContext* ctx, std::string_view path) {
+  ctx->execDir = WithSlash(path);
+}
 
 void velor_init_DataPath(app::VelorAppContext* ctx, std::string_view path) {
   ctx->dataPath = WithSlash(path);
@@ -67,11 +69,17 @@ void velor_init_DepositPath(app::VelorAppContext* ctx, std::string_view path) {
   ctx->depositPath = WithSlash(path);
 }
 
-std::string GetExecDir(const app::VelorAppContext* ctx) { return ctx != nullptr ? ctx->execDir : ""; }
+std::string GetExecDir(const app::VelorAppContext* ctx) {
+  return ctx != nullptr ? ctx->execDir : "";
+}
 
-std::string GetDataPath(const app::VelorAppContext* ctx) { return ctx != nullptr ? ctx->dataPath : ""; }
+std::string GetDataPath(const app::VelorAppContext* ctx) {
+  return ctx != nullptr ? ctx->dataPath : "";
+}
 
-std::string GetDepositPath(const app::VelorAppContext* ctx) { return ctx != nullptr ? ctx->depositPath : ""; }
+std::string GetDepositPath(const app::VelorAppContext* ctx) {
+  return ctx != nullptr ? ctx->depositPath : "";
+}
 
 std::string GetDataPath(const app::VelorAppContext* ctx, std::string_view base) {
   return GetDirectory(ctx, "Datapath", base, "datai/");
@@ -94,6 +102,8 @@ void velor_enable_xpft(app::VelorAppContext* ctx, bool enabled, int cacheOption)
   ctx->recordCacheOpt = static_cast<app::RecordCacheOpt::Type>(cacheOption);
 }
 
-void velor_enable_xpft_update(app::VelorAppContext* ctx, bool enabled) { ctx->xpftUpdateEnabled = enabled; }
+void velor_enable_xpft_update(app::VelorAppContext* ctx, bool enabled) {
+  ctx->xpftUpdateEnabled = enabled;
+}
 
 }  // namespace fmt_64

@@ -31,8 +31,7 @@ std::string GetDataPath(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetWorkDir(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetDepositPath(const app::VelorAppContext* ctx, std::string_view base);
 
-/// Stores whether formats are kept in decompiled form. The first and the third setting exist for the callers
-/// of the other programs of the family and change nothing here.
+/// Stores whether formats are kept in decompiled form. The first and the third flag have no effect.
 void velor_set_options(app::VelorAppContext* ctx, bool reserved1, bool decompiled, bool reserved3);
 
 /// Switches the extended format language, and chooses how it reads records.

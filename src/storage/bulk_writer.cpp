@@ -13,16 +13,6 @@ namespace velor_32 {
 
 namespace {
 
-std::string SharedMemoryPath(const std::string& name) {
-  return "/dev/shm/" + name;
-}
-
-/// Node of the file a path leads to, 0 when there is none.
-ino_t NodeOf(const std::string& path) {
-  struct stat info {};
-  return ::stat(path.c_str(), &info) == 0 ? info.st_ino : 0;
-}
-
 std::int64_t SizeOf(int handle) {
   struct stat info {};
   return ::fstat(handle, &info) == 0 ? info.st_size : -1;
@@ -33,53 +23,51 @@ std::int64_t SizeOf(int handle) {
 BulkWriter::BulkWriter(const TVelorSpace* space) : mutexName_(DatabaseMutexName(space)) {}
 
 BulkWriter::~BulkWriter() {
-  Close(mst_);
-  Close(xrf_);
+  CloseFiles();
   mutex_.Close();
 }
 
 utils::NamedMutex* BulkWriter::Mutex() {
-  const ino_t node = NodeOf(SharedMemoryPath(mutexName_));
-  if (mutexOpen_ && node != 0 && node == mutexNode_) return &mutex_;
-  mutex_.Close();
-  mutexOpen_ = mutex_.Create(mutexName_.c_str());
-  mutexNode_ = NodeOf(SharedMemoryPath(mutexName_));
-  return mutexOpen_ ? &mutex_ : nullptr;
+  if (mutex_.IsLinked()) return &mutex_;
+  return mutex_.Create(mutexName_.c_str()) ? &mutex_ : nullptr;
 }
 
-void BulkWriter::Close(KeptFile& file) {
-  if (file.handle >= 0) backup::_lclose(file.handle);
-  file.handle = -1;
+void BulkWriter::CloseFiles() {
+  for (int* handle : {&mstFile_, &xrfFile_}) {
+    if (*handle >= 0) backup::_lclose(*handle);
+    *handle = -1;
+  }
 }
 
-bool BulkWriter::Refresh(KeptFile& file, std::int64_t* size) {
+int BulkWriter::Reopen(const TVelorSpace* space, int fragment) {
+  CloseFiles();
+  fragment_ = fragment;
+  mstPath_ = FragmentPath(space, ".mst", fragment);
+  mstFile_ = backup::_lopen(mstPath_.c_str(), kOpenWrite);
+  xrfFile_ = backup::_lopen(FragmentPath(space, ".xrf", fragment).c_str(), kOpenWrite);
   struct stat info {};
-  if (::stat(file.path.c_str(), &info) != 0) {
-    Close(file);
-    return false;
+  if (mstFile_ < 0 || xrfFile_ < 0 || ::fstat(mstFile_, &info) != 0) {
+    CloseFiles();
+    return kNoRecordFiles;
   }
-  if (file.handle < 0 || file.device != info.st_dev || file.node != info.st_ino) {
-    Close(file);
-    file.handle = backup::_lopen(file.path.c_str(), kOpenWrite);
-    if (file.handle < 0 || ::fstat(file.handle, &info) != 0) return false;
-    file.device = info.st_dev;
-    file.node = info.st_ino;
-  }
-  *size = info.st_size;
-  return true;
+  device_ = info.st_dev;
+  node_ = info.st_ino;
+  return kOk;
 }
 
 int BulkWriter::Open(const TVelorSpace* space, int fragment, WriteFiles* files) {
-  if (fragment != fragment_ || mst_.path.empty()) {
-    Close(mst_);
-    Close(xrf_);
-    mst_.path = FragmentPath(space, ".mst", fragment);
-    xrf_.path = FragmentPath(space, ".xrf", fragment);
-    fragment_ = fragment;
+  struct stat info {};
+  const bool isKept = mstFile_ >= 0 && fragment == fragment_ && ::stat(mstPath_.c_str(), &info) == 0 &&
+                      info.st_ino == node_ && info.st_dev == device_;
+  if (isKept) {
+    files->mstSize = info.st_size;
+  } else {
+    if (int rc = Reopen(space, fragment); rc != kOk) return rc;
+    files->mstSize = SizeOf(mstFile_);
   }
-  if (!Refresh(mst_, &files->mstSize) || !Refresh(xrf_, &files->xrfSize)) return kNoRecordFiles;
-  files->mstFile = mst_.handle;
-  files->xrfFile = xrf_.handle;
+  files->xrfSize = SizeOf(xrfFile_);
+  files->mstFile = mstFile_;
+  files->xrfFile = xrfFile_;
   return kOk;
 }
 

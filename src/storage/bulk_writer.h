@@ -42,22 +42,17 @@ class BulkWriter {
   std::int32_t firstPhysicallyDeleted = 1;
 
  private:
-  struct KeptFile {
-    int handle = -1;
-    dev_t device = 0;
-    ino_t node = 0;
-    std::string path;
-  };
-  static bool Refresh(KeptFile& file, std::int64_t* size);
-  static void Close(KeptFile& file);
+  int Reopen(const TVelorSpace* space, int fragment);
+  void CloseFiles();
 
   std::string mutexName_;
   utils::NamedMutex mutex_;
-  bool mutexOpen_ = false;
-  ino_t mutexNode_ = 0;
-  int fragment_ = 0;
-  KeptFile mst_;
-  KeptFile xrf_;
+  int fragment_ = -1;
+  std::string mstPath_;
+  int mstFile_ = -1;
+  int xrfFile_ = -1;
+  dev_t device_ = 0;  // of the master file
+  ino_t node_ = 0;
 };
 
 /// Starts and ends a bulk run. The space works as before, only faster. -100 without an open space.

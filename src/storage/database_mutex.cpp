@@ -1,6 +1,7 @@
 #include "storage/database_mutex.h"
 
 #include "storage/process.h"
+#include "utils/log_util.h"
 #include "utils/string_utils.h"
 
 namespace velor_32 {
@@ -20,7 +21,14 @@ std::string FullTextMutexPrefix(std::string_view databaseName) {
 DatabaseMutexHold::DatabaseMutexHold(TVelorSpace* space, int timeoutSeconds) {
   mutex_ = space->bulk ? space->bulk->Mutex() : nullptr;
   if (!mutex_ && own_.Create(DatabaseMutexName(space).c_str())) mutex_ = &own_;
-  held_ = mutex_ && mutex_->WaitTime(ClipTimeout(timeoutSeconds));
+  if (!mutex_) return;
+  for (int left = ClipTimeout(timeoutSeconds); left > 0 && !held_; --left) {
+    held_ = mutex_->WaitTime(1);
+    if (held_ || !mutex_->TakeOver()) continue;
+    held_ = true;
+    utils::LogUtil::Log(app::AppPrefixText(),
+                        "Database mutex of a dead process taken over: " + DatabaseMutexName(space));
+  }
 }
 
 DatabaseMutexHold::~DatabaseMutexHold() {

@@ -28,6 +28,8 @@ namespace velor_32 {
 }
 
 /// Holds the database mutex for the life of the object. A space in a bulk run lends its open mutex object.
+/// A mutex whose holder died is taken over after a second: the files are in order at every moment of a
+/// change.
 class DatabaseMutexHold {
  public:
   DatabaseMutexHold(TVelorSpace* space, int timeoutSeconds);

@@ -59,7 +59,7 @@ int OpenBaseFiles(TVelorSpace* space, int mode) {
 
 void OpenFragments(TVelorSpace* space, int mode) {
   CloseFragments(space);
-  const int files = std::min(space->mst->control.fragmentCount, velor_01::kFragmentSlots);
+  const int files = std::clamp(space->mst->control.fragmentCount, 0, velor_01::kFragmentSlots + 1);
   for (int slot = 0; slot < files - 1; ++slot) VelorInitMSTXRF(space, slot, mode);
 }
 
@@ -135,7 +135,7 @@ FilePair ReadHandles(const TVelorSpace* space, int fragment) {
 int LastFragment(const TVelorSpace* space) {
   const Tcntmst& control = space->mst->control;
   if (control.fragmentSize < 1) return 0;
-  return std::clamp(control.fragmentCount - 1, 0, velor_01::kFragmentSlots);
+  return std::clamp(control.fragmentCount, 1, velor_01::kFragmentSlots + 1) - 1;
 }
 
 std::int64_t GlobalMfn(const TVelorSpace* space, int fragment, int localMfn) {

@@ -38,6 +38,7 @@ struct Update {
   bool keepLock;
 
   std::string guid = {};  // to be stored with the record; empty where none is kept
+  int maxMfn = 0;      // one above the highest number in use
   bool isNew = false;     // takes the next free number
   int fragment = 0;
   int localMfn = 0;         // number within the file
@@ -86,9 +87,17 @@ int CheckRecordLock(const Update& update) {
   return VelorIsRealyLocked(update.space, mfn);
 }
 
-int CheckDatabaseLock(TVelorSpace* space, bool checkDbLock) {
-  space->lastError = checkDbLock ? VelorIsDBLocked(space) : kOk;
-  return space->lastError == kLockedByCaller ? kOk : space->lastError;
+/// Looks at the lock of the database and at the highest number, with one read where one file has both.
+int CheckDatabase(Update& update, bool checkDbLock) {
+  TVelorSpace* space = update.space;
+  Tcntmst control;
+  const bool oneRead = LastFragment(space) == 0 && ReadControl(space->mst->mstFile, &control);
+  space->lastError = kOk;
+  if (checkDbLock)
+    space->lastError = !oneRead ? VelorIsDBLocked(space) : VelorIsDBLocked(&control) ? kLocked : kOk;
+  if (space->lastError != kOk && space->lastError != kLockedByCaller) return space->lastError;
+  update.maxMfn = oneRead ? control.nxtmfn : Velormaxmfn(space);
+  return kOk;
 }
 
 /// A bulk run looks for the lowest number from where the last one was found: each number is looked at once.
@@ -103,7 +112,7 @@ int FirstPhysicallyDeleted(const Update& update) {
 int TakeNumber(Update& update) {
   TVelorSpace* space = update.space;
   Tlider& leader = *update.record.leader;
-  const int maxMfn = Velormaxmfn(space);
+  const int maxMfn = update.maxMfn;
   int mfn = leader.mfn;
   if (mfn == 0 && space->app && space->app->reusePhysDel) {
     mfn = FirstPhysicallyDeleted(update);
@@ -226,7 +235,7 @@ int VelorRecUpdate0(TVelorSpace* space, int shelf, bool keepLock, bool checkDbLo
     if (int rc = CheckUnchangedSinceRead(space, *update.record.leader); rc != kOk) return rc;
     if (int rc = ChooseGuid(update); rc != kOk) return rc;
     if (int rc = CheckRecordLock(update); rc != kOk) return rc;
-    if (int rc = CheckDatabaseLock(space, checkDbLock); rc != kOk) return rc;
+    if (int rc = CheckDatabase(update, checkDbLock); rc != kOk) return rc;
     if (int rc = TakeNumber(update); rc != kOk) return rc;
     if (update.guid.empty()) return Store(update);
 

@@ -2,7 +2,7 @@
 
 #include "maint/empty_db.h"
 #include "maint/lock_db.h"
-#include "maint/new_db_context.h"
+#include "maint/new_db.h"
 #include "maint/unlock_mfn.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
@@ -51,7 +51,10 @@ int main_newdb(int argc, char** argv) {
   NewDbOptions options;
   ScanOptions<NewDbOptions>(argc, argv, kNewDbRows, &options);
   if (options.database.empty()) return RefuseCommandLine("newdb");
-  return ReportNotBuilt("newdb");
+  if (!options.isFree) return ReportNotBuilt("newdb");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorNewDB(ctx, options.database, options, std::cout);
+  });
 }
 
 int main_dropdb(int argc, char** argv) {

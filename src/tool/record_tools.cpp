@@ -118,14 +118,13 @@ void SetMerge(ImportOptions& options) {
   }
 }
 
-VelorExportContext MakeExportContext(const ExportOptions& options, const MfnSelection& selection, bool guid) {
+VelorExportContext MakeExportContext(const ExportOptions& options, const MfnSelection& selection) {
   VelorExportContext context;
   context.format = options.format;
   context.fst = options.fst;
   context.encoding = options.encoding;
   FillSelection(selection, &context);
   context.header = options.header;
-  context.guid = guid;
   context.filter = options.filter;
   return context;
 }
@@ -153,8 +152,8 @@ int main_export(int argc, char** argv) {
   MfnSelection selection;
   if (!SelectRecords("export", options, &selection, std::cout)) return 0;
   return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
-    const VelorExportContext context = MakeExportContext(options, selection, ctx->guidOption == 1);
-    velor_server_proc::VelorExport(ctx, options.database, options.file, context, std::cout);
+    velor_server_proc::VelorExport(ctx, options.database, options.file, MakeExportContext(options, selection),
+                                   std::cout);
   });
 }
 

@@ -15,12 +15,11 @@ using ByteTable = std::array<unsigned char, 256>;
 
 /// The mapping of every byte, so that a letter costs one load instead of a search in the pair of arrays.
 constexpr ByteTable MakeByteTable(const std::array<unsigned char, 47>& from,
-                                  const std::array<unsigned char, 47>& to, char asciiFrom, char asciiTo) {
+                                  const std::array<unsigned char, 47>& to, unsigned char asciiFrom,
+                                  unsigned char asciiTo) {
   ByteTable table{};
   for (std::size_t i = 0; i < table.size(); ++i) table[i] = static_cast<unsigned char>(i);
-  for (int i = 0; i < 26; ++i) {
-    table[static_cast<std::size_t>(asciiFrom + i)] = static_cast<unsigned char>(asciiTo + i);
-  }
+  for (std::size_t i = 0; i < 26; ++i) table[asciiFrom + i] = static_cast<unsigned char>(asciiTo + i);
   for (std::size_t i = 0; i < from.size(); ++i) table[from[i]] = to[i];
   return table;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 
 /// Upper and lower case of single characters.
 ///
@@ -25,7 +24,7 @@ inline constexpr std::array<unsigned char, 47> cp1251_lowers = {
 [[nodiscard]] char tolowerCp1251(char c);
 [[nodiscard]] char toupperCp1251(char c);
 
-/// The tables of the basic plane. A loop over a long text takes the reference once.
+/// The tables of the basic plane.
 struct CaseTables {
   CaseTables();
 
@@ -43,13 +42,16 @@ struct CaseTables {
 [[nodiscard]] wchar_t toupperSupplementary(wchar_t c);
 
 /// Case of one code point. A value that is no Unicode character, a negative one included, stays.
+/// ASCII is done without the tables, so that a run without other letters never fills them.
 [[nodiscard]] inline wchar_t tolowerUnicode(wchar_t c) {
-  const auto code = static_cast<std::uint32_t>(c);
+  const auto code = static_cast<char32_t>(c);
+  if (code < 0x80) return code - U'A' < 26 ? c + 0x20 : c;
   return code < 0x10000 ? static_cast<wchar_t>(GetCaseTables().lower[code]) : tolowerSupplementary(c);
 }
 
 [[nodiscard]] inline wchar_t toupperUnicode(wchar_t c) {
-  const auto code = static_cast<std::uint32_t>(c);
+  const auto code = static_cast<char32_t>(c);
+  if (code < 0x80) return code - U'a' < 26 ? c - 0x20 : c;
   return code < 0x10000 ? static_cast<wchar_t>(GetCaseTables().upper[code]) : toupperSupplementary(c);
 }
 

@@ -86,17 +86,17 @@ void MapBytes(const ByteMap& map, char* text, std::size_t len) {
   for (std::size_t i = 0; i < len; ++i) text[i] = map[static_cast<unsigned char>(text[i])];
 }
 
-/// A cp1251 byte in UTF-8, ready to be stored as one word.
+/// A cp1251 byte in UTF-8.
 struct Encoded {
   char bytes[3];
   unsigned char length;
 };
+static_assert(sizeof(Encoded) == 4, "written out as one word");
 
 constexpr Encoded Encode(char16_t code) {
-  if (code < 0x80) return {{static_cast<char>(code), 0, 0}, 1};
-  const char last = static_cast<char>(0x80 | (code & 0x3F));
-  if (code < 0x800) return {{static_cast<char>(0xC0 | code >> 6), last, 0}, 2};
-  return {{static_cast<char>(0xE0 | code >> 12), static_cast<char>(0x80 | (code >> 6 & 0x3F)), last}, 3};
+  char bytes[utils::kMaxUtf8Char] = {};
+  const char* end = utils::WriteUtf8Char(bytes, code);
+  return {{bytes[0], bytes[1], bytes[2]}, static_cast<unsigned char>(end - bytes)};
 }
 
 constexpr std::array<Encoded, 256> MakeEncodings() {
@@ -115,11 +115,11 @@ constexpr std::size_t kChunk =
 
 char* EncodeByte(char c, char* to) {
   const Encoded& encoded = kEncodings[static_cast<unsigned char>(c)];
-  std::memcpy(to, encoded.bytes, sizeof encoded.bytes);
+  std::memcpy(to, &encoded, sizeof encoded);  // what is too much is overwritten by the next
   return to + encoded.length;
 }
 
-/// Converts one chunk; `to` has room for three bytes per byte. Gives the end of the output.
+/// Converts one chunk; `to` has room for three bytes per byte and one more. Gives the end of the output.
 char* EncodeChunk(std::string_view chunk, char* to) {
   std::size_t i = 0;
   for (std::uint64_t word; i + sizeof word <= chunk.size(); i += sizeof word) {
@@ -148,7 +148,7 @@ char DecodeNext(std::string_view utf8, std::size_t& i) {
 namespace backup {
 
 void AnsiToUtf8(std::string_view in, std::string& out) {
-  char buffer[sizeof Encoded::bytes * kChunk];
+  char buffer[sizeof Encoded::bytes * kChunk + 1];
   out.clear();
   for (std::size_t start = 0; start < in.size(); start += kChunk) {
     const char* end = EncodeChunk(in.substr(start, kChunk), buffer);

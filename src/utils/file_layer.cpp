@@ -30,6 +30,13 @@ int OpenRetrying(const char* path, int flags, mode_t rights = 0) {
   return handle;
 }
 
+/// Opens a file whose time of last access is of no interest: a database that is written and read in turn
+/// would have it updated with each read. The system grants that to the owner of the file only.
+int OpenQuietly(const char* path, int flags) {
+  const int handle = OpenRetrying(path, flags | O_NOATIME);
+  return handle < 0 && errno == EPERM ? OpenRetrying(path, flags) : handle;
+}
+
 bool LockWholeFile(int handle) {
   struct flock whole = {};
   whole.l_type = F_WRLCK;
@@ -75,7 +82,7 @@ int _lopen(const char* path, int mode) {
   const int sharing = mode & kSharingMask;
   if (path == nullptr || mode < 0 || access > 2 || sharing > kSharingHighest) return -1;
 
-  const int handle = OpenRetrying(path, kFlagsOfAccess[access]);
+  const int handle = OpenQuietly(path, kFlagsOfAccess[access]);
   if (handle < 0) return -1;
   if (sharing == kSharingExclusive && !LockWholeFile(handle)) {
     close(handle);

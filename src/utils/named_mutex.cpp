@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <ctime>
 
 namespace {
@@ -43,12 +45,35 @@ bool InitShared(pthread_mutex_t* mutex) {
 /// True for what `InitShared` leaves, and for all zeros, which the object holds until its maker is that far:
 /// a free mutex as well. A foreign object can bear the same name; the library would follow pointers in it if
 /// its kind word claimed a robust or a priority mutex.
+constexpr unsigned kShared = 0x80;
+constexpr unsigned kElision = 0x300;  // set by the library on processors with lock elision
+
+unsigned KindOf(const pthread_mutex_t* mutex) {
+  return __atomic_load_n(reinterpret_cast<const unsigned*>(&mutex->__data.__kind), __ATOMIC_ACQUIRE);
+}
+
 bool IsPlainMutex(const pthread_mutex_t* mutex) {
-  constexpr unsigned kShared = 0x80;
-  constexpr unsigned kElision = 0x300;  // set by the library on processors with lock elision
-  const unsigned kind =
-      __atomic_load_n(reinterpret_cast<const unsigned*>(&mutex->__data.__kind), __ATOMIC_RELAXED);
-  return (kind & ~(kShared | kElision)) == 0;
+  return (KindOf(mutex) & ~(kShared | kElision)) == 0;
+}
+
+/// The maker of an object sizes it first and initialises the mutex then, which would free a lock taken in
+/// between. It needs microseconds; an object that stays zero is taken as it is.
+void AwaitInit(const pthread_mutex_t* mutex) {
+  constexpr timespec kPause = {0, 200 * 1000};  // nanoseconds
+  for (int tries = 50; tries > 0 && !(KindOf(mutex) & kShared); --tries) nanosleep(&kPause, nullptr);
+}
+
+/// Whether the thread is gone for good; one that only waits for its parent to take notice counts as gone.
+bool IsGone(pid_t thread) {
+  if (kill(thread, 0) != 0) return errno == ESRCH;
+  char path[32];
+  std::snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(thread));
+  FILE* file = std::fopen(path, "re");
+  if (file == nullptr) return false;
+  char state = 0;
+  const int got = std::fscanf(file, "%*d (%*[^)]) %c", &state);
+  std::fclose(file);
+  return got == 1 && (state == 'Z' || state == 'X');
 }
 
 }  // namespace
@@ -63,12 +88,18 @@ bool NamedMutex::Create(const char* newName) {
   handle = OpenObject(objectName.c_str(), &created);
   if (handle < 0) return false;
   mutex = MapMutex(handle);
+  if (mutex != nullptr && !created) AwaitInit(mutex);
   if (mutex == nullptr || !(created ? InitShared(mutex) : IsPlainMutex(mutex))) {
     Close();
     return false;
   }
   name = objectName;
   return true;
+}
+
+bool NamedMutex::IsLinked() const {
+  struct stat info {};
+  return mutex != nullptr && fstat(handle, &info) == 0 && info.st_nlink > 0;
 }
 
 bool NamedMutex::Wait() {
@@ -83,6 +114,14 @@ bool NamedMutex::WaitTime(int seconds) {
   clock_gettime(CLOCK_REALTIME, &until);
   until.tv_sec += seconds;
   return pthread_mutex_timedlock(mutex, &until) == 0;
+}
+
+bool NamedMutex::TakeOver() {
+  if (mutex == nullptr) return false;
+  int* owner = &mutex->__data.__owner;
+  int former = __atomic_load_n(owner, __ATOMIC_ACQUIRE);
+  if (former <= 0 || !IsGone(former)) return false;
+  return __atomic_compare_exchange_n(owner, &former, gettid(), false, __ATOMIC_ACQ_REL, __ATOMIC_RELAXED);
 }
 
 bool NamedMutex::Release() {

@@ -10,65 +10,61 @@
 
 namespace {
 
-/// One direction of the case mapping, for the loops over UTF-8 text.
-struct Folding {
-  const std::array<char16_t, 0x10000>& table;
-  wchar_t (*supplementary)(wchar_t);
-  char firstLetter;  // 'a' or 'A': the start of the ASCII letters that change
+/// The two directions of the case mapping, for the loops over UTF-8 text. `kFirstLetter` starts the ASCII
+/// letters that change.
+struct UpperCase {
+  static constexpr std::uint64_t kFirstLetter = 'a';
+  static char32_t Of(char32_t code) {
+    return static_cast<char32_t>(utils::toupperUnicode(static_cast<wchar_t>(code)));
+  }
 };
 
-Folding UpperFolding() {
-  return {utils::GetCaseTables().upper, utils::toupperSupplementary, 'a'};
-}
-
-Folding LowerFolding() {
-  return {utils::GetCaseTables().lower, utils::tolowerSupplementary, 'A'};
-}
-
-char32_t Fold(const Folding& folding, char32_t code) {
-  if (code < folding.table.size()) return folding.table[code];
-  return static_cast<char32_t>(folding.supplementary(static_cast<wchar_t>(code)));
-}
+struct LowerCase {
+  static constexpr std::uint64_t kFirstLetter = 'A';
+  static char32_t Of(char32_t code) {
+    return static_cast<char32_t>(utils::tolowerUnicode(static_cast<wchar_t>(code)));
+  }
+};
 
 constexpr std::uint64_t kEachByte = 0x0101010101010101;
 
 /// Changes the case of eight ASCII bytes in one word. No byte carries into its neighbour: all are below 128.
-std::uint64_t FoldAscii(std::uint64_t word, char firstLetter) {
-  const auto first = static_cast<std::uint64_t>(firstLetter);
+std::uint64_t FoldAscii(std::uint64_t word, std::uint64_t first) {
   const std::uint64_t atLeastFirst = word + (0x80 - first) * kEachByte;
   const std::uint64_t behindLast = word + (0x80 - first - 26) * kEachByte;
   const std::uint64_t letters = atLeastFirst & ~behindLast & 0x80 * kEachByte;
   return word ^ letters >> 2;  // 0x80 becomes 0x20, the distance of the cases
 }
 
-/// Folds from `text` to `to` what one turn may take, and gives the bytes taken. A turn writes 8 bytes at
-/// most.
-std::size_t FoldStep(const Folding& folding, std::string_view text, char*& to) {
+/// Folds what one turn takes from the front of `text`, and gives its bytes. A turn writes 8 bytes at most.
+template <typename Case>
+std::size_t FoldStep(std::string_view text, char*& to) {
   std::uint64_t word;
   if (text.size() >= sizeof word && utils::LoadAscii8(text.data(), &word)) {
-    word = FoldAscii(word, folding.firstLetter);
+    word = FoldAscii(word, Case::kFirstLetter);
     std::memcpy(to, &word, sizeof word);
     to += sizeof word;
     return sizeof word;
   }
   int used;
   const char32_t code = utils::ReadUtf8Char(text.data(), text.size(), &used);
-  if (used == 1 && code >= 0x80) {
+  if (utils::IsIllFormed(code, used)) {
     *to++ = text[0];
   } else {
-    to = utils::WriteUtf8Char(to, Fold(folding, code));
+    to = utils::WriteUtf8Char(to, Case::Of(code));
   }
   return static_cast<std::size_t>(used);
 }
 
-void FoldUtf8(const Folding& folding, std::string_view text, std::string& out) {
+template <typename Case>
+void FoldUtf8(std::string_view text, std::string& out) {
   constexpr std::size_t kMaxStep = 8;
   char buffer[1024];
   char* const full = buffer + sizeof buffer - kMaxStep;
   out.clear();
   while (!text.empty()) {
     char* to = buffer;
-    while (!text.empty() && to <= full) text.remove_prefix(FoldStep(folding, text, to));
+    while (!text.empty() && to <= full) text.remove_prefix(FoldStep<Case>(text, to));
     out.append(buffer, static_cast<std::size_t>(to - buffer));
   }
 }
@@ -158,11 +154,11 @@ wchar_t StringUtils::ToLower(wchar_t c) {
 }
 
 void StringUtils::ToUpper(std::string_view text, std::string& out) {
-  FoldUtf8(UpperFolding(), text, out);
+  FoldUtf8<UpperCase>(text, out);
 }
 
 void StringUtils::ToLower(std::string_view text, std::string& out) {
-  FoldUtf8(LowerFolding(), text, out);
+  FoldUtf8<LowerCase>(text, out);
 }
 
 bool StringUtils::EqualsNoCase(std::string_view a, std::string_view b) {
@@ -205,14 +201,13 @@ bool StringUtils::EndsWith(std::wstring_view text, std::wstring_view suffix) {
 }
 
 bool StringUtils::StartsWithNoCase(std::string_view text, std::string_view prefix) {
-  const Folding folding = UpperFolding();
   while (!prefix.empty()) {
     if (text.empty()) return false;
     int usedText;
     int usedPrefix;
     const char32_t x = ReadUtf8Char(text.data(), text.size(), &usedText);
     const char32_t y = ReadUtf8Char(prefix.data(), prefix.size(), &usedPrefix);
-    if (x != y && Fold(folding, x) != Fold(folding, y)) return false;
+    if (x != y && UpperCase::Of(x) != UpperCase::Of(y)) return false;
     text.remove_prefix(static_cast<std::size_t>(usedText));
     prefix.remove_prefix(static_cast<std::size_t>(usedPrefix));
   }

@@ -13,10 +13,15 @@
 
 namespace {
 
+using utils::IsIllFormed;
 using utils::ReadUtf8Char;
 
-bool IsIllFormed(char32_t code, int used) {
-  return used == 1 && code >= 0x80;
+/// The check without its end at a zero byte.
+bool IsUtf8Throughout(std::string_view text) {
+  for (std::size_t zero; (zero = text.find('\0')) != std::string_view::npos; text.remove_prefix(zero + 1)) {
+    if (!utils::TextUtil::CheckUTF8(text.substr(0, zero))) return false;
+  }
+  return utils::TextUtil::CheckUTF8(text);
 }
 
 /// The first character as told at `ReadCharUTF8`, and whether it was well-formed.
@@ -36,8 +41,7 @@ std::size_t Utf8LengthOf(wchar_t c) {
 
 /// Strict decoding into `wide`. False leaves `wide` empty.
 bool DecodeUtf8(std::string_view text, std::wstring& wide) {
-  wide.resize(utils::CountUtf8Chars(
-      text));  // exact for a well-formed text; any other is given up before it passes this
+  wide.resize(utils::CountUtf8Chars(text));  // any ill-formed text is given up before it passes this
   wchar_t* to = wide.data();
   for (std::size_t i = 0; i < text.size();) {
     std::uint64_t word;
@@ -158,8 +162,7 @@ std::wstring TextUtil::ReadAllText(std::string_view text) {
 }
 
 std::string TextUtil::ReadAllTextUtf8(std::string_view text) {
-  std::wstring wide;
-  return DecodeUtf8(text, wide) ? std::string(text) : backup::AnsiToUtf8(text);
+  return IsUtf8Throughout(text) ? std::string(text) : backup::AnsiToUtf8(text);
 }
 
 std::string TextUtil::ConvertToUTF8(std::wstring_view wide) {

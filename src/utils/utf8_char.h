@@ -36,9 +36,14 @@ inline constexpr std::size_t kMaxUtf8Char = 4;  // bytes
   return ReadLongUtf8Char(text, left, used);
 }
 
+/// True when what `ReadUtf8Char` gave is no character but a byte that stands for itself.
+[[nodiscard]] inline bool IsIllFormed(char32_t code, int used) {
+  return used == 1 && code >= 0x80;
+}
+
 /// Writes `code` at `to`, which has room for kMaxUtf8Char bytes; gives the place behind it.
 /// A surrogate or a value above 0x10FFFF is written as U+FFFD, so that the output is always well-formed.
-inline char* WriteUtf8Char(char* to, char32_t code) {
+constexpr char* WriteUtf8Char(char* to, char32_t code) {
   if (code < 0x80) {
     *to++ = static_cast<char>(code);
     return to;

@@ -1,19 +1,14 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "storage/app_context.h"
 #include "storage/app_paths.h"
+#include "support/context.h"
 #include "support/temp_dir.h"
 
 namespace test {
-
-struct ContextCloser {
-  void operator()(app::VelorAppContext* ctx) const { app::velor_app_close(ctx); }
-};
-using ContextPointer = std::unique_ptr<app::VelorAppContext, ContextCloser>;
 
 /// A copy of the starting installation in a temporary directory, with the application context of a run in it:
 /// the empty database "blank" can be opened by name. Removed at the end of the scope.

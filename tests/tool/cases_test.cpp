@@ -4,6 +4,7 @@
 //   # ...            a remark
 //   share            copies the starting installation beside the program
 //   > name           a file beside the program, with the lines "| ..." that follow
+//   show name        a file as it is now; its lines stand below, each behind "= ", with CR as "\\r"
 //   $ words          a command line behind the program's name; double quotes group words
 // Below a command line stands what it writes: standard output as it is, then "[err] ..." for each line of
 // standard error, then "[status n]" unless the status is 0. The test's directory reads "{dir}", a time reads
@@ -14,10 +15,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "support/program_runner.h"
@@ -91,6 +90,9 @@ class CaseRun {
     if (line.starts_with("$")) {
       played_ << line << '\n';
       RunProgram(SplitWords(ReplaceAll(line.substr(1), "{dir}", dir_.Path())));
+    } else if (line.starts_with("show ")) {
+      played_ << line << '\n';
+      ShowFile(line.substr(5));
     } else if (line.starts_with("#") || line.starts_with("> ") || line == "share") {
       played_ << line << '\n';
       if (line == "share") dir_.CopyShare();
@@ -115,9 +117,26 @@ class CaseRun {
     if (result.status != 0) played_ << "[status " << result.status << "]\n";
   }
 
+  void ShowFile(const std::string& name) {
+    std::istringstream lines(ReplaceAll(dir_.Read(name), "\r", "\\r"));
+    for (std::string line; std::getline(lines, line);) played_ << "= " << line << '\n';
+  }
+
   std::string Normalise(const std::string& text) const {
-    static const std::regex time(R"((time )([0-9.:]*[0-9]{2}\.[0-9]{3})(\n))");
-    return std::regex_replace(ReplaceAll(text, dir_.Path(), "{dir}"), time, "$1{time}$3");
+    std::string shown;
+    std::istringstream lines(ReplaceAll(text, dir_.Path(), "{dir}"));
+    for (std::string line; std::getline(lines, line);) {
+      const bool endsInLineFeed = !lines.eof();
+      shown += IsTime(line) ? "time {time}" : line;
+      if (endsInLineFeed) shown += '\n';
+    }
+    return shown;
+  }
+
+  // "time " and [[days.]hours:][minutes:]seconds.milliseconds
+  static bool IsTime(const std::string& line) {
+    if (!line.starts_with("time ") || line.size() < 11 || line[line.size() - 4] != '.') return false;
+    return line.find_first_not_of("0123456789.:", 5) == std::string::npos;
   }
 
   ProgramDir dir_;
