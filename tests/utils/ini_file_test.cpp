@@ -260,9 +260,10 @@ TEST(IniFile, PutSectionReplacesTheLines) {
       << "an include line is no part of a section";
   EXPECT_EQ(ini->Get("a", "x", "-"), "-");
   EXPECT_TRUE(ini->Put("b", "y", "4"));
+  EXPECT_TRUE(ini->Put("", "top", "0"));
   EXPECT_TRUE(ini->PutSection("a", {}));
   EXPECT_TRUE(ini->PutSection("n", {"q=1"}));
-  EXPECT_EQ(ini->ToText(), "[a]\r\n[@inc]\r\n[b]\r\ny=4\r\n[n]\r\nq=1");
+  EXPECT_EQ(ini->ToText(), "top=0\r\n[a]\r\n[@inc]\r\n[b]\r\ny=4\r\n[n]\r\nq=1");
   EXPECT_EQ(ini->Get("c", "z", "-"), "3");
   EXPECT_FALSE(ini->PutSection("@n", {}));
 }
