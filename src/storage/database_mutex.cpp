@@ -1,5 +1,6 @@
 #include "storage/database_mutex.h"
 
+#include "storage/crash_repair.h"
 #include "storage/process.h"
 #include "utils/log_util.h"
 #include "utils/string_utils.h"
@@ -26,6 +27,7 @@ DatabaseMutexHold::DatabaseMutexHold(TVelorSpace* space, int timeoutSeconds) {
     held_ = mutex_->WaitTime(1);
     if (held_ || !mutex_->TakeOver()) continue;
     held_ = true;
+    MendAfterDeadWriter(space);
     utils::LogUtil::Log(app::AppPrefixText(),
                         "Database mutex of a dead process taken over: " + DatabaseMutexName(space));
   }

@@ -35,14 +35,21 @@ class ProgramDir : public TempDir {
   }
 
   /// Runs the program in this directory. `words` are those behind the program name.
-  [[nodiscard]] RunResult Run(const std::vector<std::string>& words) const {
-    const std::string out = File(".stdout");
-    const std::string err = File(".stderr");
+  RunResult Run(const std::vector<std::string>& words) const {
+    const int status = Wait(Start(words));
+    return {status, Read(".stdout"), Read(".stderr")};
+  }
+
+  /// The same in two halves. What it writes goes to the files .stdout and .stderr in this directory.
+  pid_t Start(const std::vector<std::string>& words) const {
     const pid_t child = fork();
-    if (child == 0) Execute(words, out, err);
+    if (child == 0) Execute(words, File(".stdout"), File(".stderr"));
+    return child;
+  }
+  static int Wait(pid_t child) {
     int status = 0;
     waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), Read(".stdout"), Read(".stderr")};
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
 
  private:

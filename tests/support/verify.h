@@ -36,7 +36,7 @@ inline std::string Problems(const std::string& findings) {
   std::istringstream lines(findings);
   std::string problems;
   for (std::string line; std::getline(lines, line);)
-    if (line.rfind("note:", 0) != 0) problems += line + "\n";
+    if (line.rfind("note:", 0) != 0 && line.find(" problem(s)") == std::string::npos) problems += line + "\n";
   return problems;
 }
 

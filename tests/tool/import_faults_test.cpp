@@ -1,0 +1,180 @@
+// Whole runs of import and export: several at once, killed in the middle, stopped by a signal, on real files.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <map>
+#include <random>
+
+#include "support/iso_builder.h"
+#include "support/program_runner.h"
+#include "support/verify.h"
+
+namespace {
+
+using test::Fields;
+
+/// An installation with an empty database "test".
+class ImportFaultsTest : public testing::Test, public test::ProgramDir {
+ protected:
+  using test::ProgramDir::Run;
+
+  ImportFaultsTest() {
+    CopyShare();
+    EXPECT_EQ(Run({"newdb", "-d", "test", "-fr"}).out, "NewDB test\nDone\n");
+  }
+  ~ImportFaultsTest() override { ::unlink(("/dev/shm/" + prefix_ + "VELOR64_MUTEXTEST").c_str()); }
+
+  /// Words of an import into the database, under a prefix of its own.
+  std::vector<std::string> ImportWords(const std::string& file,
+                                       const std::vector<std::string>& options = {}) {
+    std::vector<std::string> words = {"import", "-d", "test", "-f", file, "-iso", "-pref", prefix_};
+    words.insert(words.end(), options.begin(), options.end());
+    return words;
+  }
+
+  /// A file of `count` records that name their writer and number.
+  std::string WriteRecords(const std::string& name, int count) {
+    std::string bytes;
+    for (int i = 0; i < count; ++i)
+      bytes += test::IsoRecord({{1, name}, {2, std::to_string(i)}, {3, std::string(600 + i % 100, 'x')}});
+    return Write(name + ".iso", bytes);
+  }
+
+  std::string Database() { return File("datai/test/test"); }
+
+  std::string prefix_ = "f" + std::to_string(::getpid() % 1000000);
+};
+
+/// The value of each tag in the records of a text export, in the order of the file.
+std::vector<std::string> Values(const std::string& text, int tag) {
+  const std::string mark = "#" + std::to_string(tag) + ": ";
+  std::vector<std::string> values;
+  for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; ++at)
+    values.push_back(text.substr(at + mark.size(), text.find("\r\n", at) - at - mark.size()));
+  return values;
+}
+
+TEST_F(ImportFaultsTest, FourAtTheSameTimeLoseNothing) {
+  constexpr int kRecords = 10000;
+  std::vector<pid_t> children;
+  for (const char* name : {"a", "b", "c", "d"})
+    children.push_back(Start(ImportWords(WriteRecords(name, kRecords))));
+  for (const pid_t child : children) EXPECT_EQ(Wait(child), 0);
+  Run({"export", "-d", "test", "-f", File("out.txt"), "-pref", prefix_});
+  const std::string text = Read("out.txt");
+  const std::vector<std::string> writers = Values(text, 1);
+  const std::vector<std::string> numbers = Values(text, 2);
+  ASSERT_EQ(writers.size(), 4U * kRecords);
+  ASSERT_EQ(numbers.size(), writers.size());
+  std::map<std::string, int> next;
+  for (std::size_t i = 0; i < writers.size(); ++i) ASSERT_EQ(numbers[i], std::to_string(next[writers[i]]++));
+  EXPECT_EQ(test::Verify(Database()), "");
+}
+
+TEST_F(ImportFaultsTest, KilledAtAnyMoment) {
+  std::mt19937 random(17);
+  const std::string file = WriteRecords("k", 20000);
+  const std::string one = WriteRecords("one", 1);
+  for (int round = 0; round < 50; ++round) {
+    const pid_t child = Start(ImportWords(file));
+    ::usleep(static_cast<useconds_t>(random() % 60000));
+    ::kill(child, SIGKILL);
+    Wait(child);
+    ASSERT_NE(Run(ImportWords(one)).out.find("Records imported 1\n"), std::string::npos) << round;
+  }
+  EXPECT_EQ(test::Problems(test::Verify(Database())), "") << "the record on its way is all that a kill costs";
+  EXPECT_NE(Run({"export", "-d", "test", "-f", File("out.txt")}).out.find("Done\n"), std::string::npos);
+  EXPECT_EQ(Values(Read("out.txt"), 1).size(), Values(Read("out.txt"), 3).size()) << "records are whole";
+}
+
+TEST_F(ImportFaultsTest, ASignalEndsTheRunBetweenTwoRecords) {
+  const std::string file = WriteRecords("s", 100000);
+  for (const int signal : {SIGINT, SIGTERM, SIGUSR1}) {
+    const pid_t child = Start(ImportWords(file));
+    ::usleep(30000);
+    ::kill(child, signal);
+    EXPECT_EQ(Wait(child), 0) << signal;
+    EXPECT_NE(Read(".stdout").find("Done\n"), std::string::npos) << "the counts are told";
+  }
+  EXPECT_EQ(test::Verify(Database()), "");
+}
+
+/// Records of an ISO 2709 file: bytes 5 to 9 and 17 to 19 of each leader, and the fields that hold anything.
+struct IsoRecordParts {
+  std::string label;
+  Fields fields;
+};
+
+std::vector<IsoRecordParts> ParseIso(const std::string& bytes) {
+  std::vector<IsoRecordParts> records;
+  for (std::size_t at = bytes.find_first_not_of("\r\n"); at != std::string::npos;
+       at = bytes.find_first_not_of("\r\n", at)) {
+    const std::string record = bytes.substr(at, std::stoul(bytes.substr(at, 5)));
+    const std::size_t base = std::stoul(record.substr(12, 5));
+    IsoRecordParts parts{record.substr(5, 5) + record.substr(17, 3), {}};
+    for (std::size_t entry = 24; entry + 12 < base; entry += 12) {
+      const std::size_t length = std::stoul(record.substr(entry + 3, 4));
+      const std::size_t start = base + std::stoul(record.substr(entry + 7, 5));
+      if (length > 1)
+        parts.fields.emplace_back(std::stoi(record.substr(entry, 3)), record.substr(start, length - 1));
+    }
+    records.push_back(parts);
+    at += record.size();
+  }
+  return records;
+}
+
+TEST_F(ImportFaultsTest, RealFilesComeBackTheSame) {
+  const std::string shared = test::SharedData();
+  if (shared.empty()) GTEST_SKIP() << "the files are not here";
+  const bool hasYaz = std::system("yaz-marcdump -V >/dev/null 2>&1") == 0;
+  int files = 0;
+  for (const char* folder : {"/data/marc", "/data/marc/derived"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(shared + folder)) {
+      const std::string name = entry.path().filename().string();
+      const bool isWindows = name.find("cp1251") != std::string::npos;
+      if (!isWindows && name.find("utf8") == std::string::npos) continue;
+      SCOPED_TRACE(name);
+      ++files;
+      const std::vector<std::string> options = {"-t", "marc", isWindows ? "-win" : "-"};
+      Run({"emptydb", "-d", "test"});
+      Run(ImportWords(entry.path().string(), options));
+      Run({"export", "-d", "test", "-f", File("out.iso"), "-iso", "-t", "marc", options.back()});
+      std::ifstream original(entry.path(), std::ios::binary);
+      const auto want = ParseIso({std::istreambuf_iterator<char>(original), {}});
+      const auto got = ParseIso(Read("out.iso"));
+      ASSERT_EQ(got.size(), want.size());
+      for (std::size_t i = 0; i < want.size(); ++i) {
+        EXPECT_EQ(got[i].label, want[i].label) << i;
+        EXPECT_EQ(got[i].fields, want[i].fields) << i;
+      }
+      EXPECT_EQ(test::Verify(Database()), "");
+      if (!hasYaz) continue;
+      EXPECT_EQ(
+          std::system(("yaz-marcdump -n '" + File("out.iso") + "' > '" + File("yaz") + "' 2>&1").c_str()), 0);
+      EXPECT_EQ(Read("yaz"), "");
+    }
+  }
+  EXPECT_GE(files, 19);
+}
+
+TEST_F(ImportFaultsTest, DifficultFilesKeepTheGoodRecords) {
+  const std::string shared = test::SharedData();
+  if (shared.empty()) GTEST_SKIP() << "the files are not here";
+  for (const auto& entry : std::filesystem::directory_iterator(shared + "/data/marc/difficult")) {
+    SCOPED_TRACE(entry.path().filename().string());
+    std::ifstream stream(entry.path(), std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
+    const auto ends = std::count(bytes.begin(), bytes.end(), '\x1D');
+    Run({"emptydb", "-d", "test"});
+    const std::string out = Run(ImportWords(entry.path().string(), {"-t", "marc", "-proto"})).out;
+    EXPECT_NE(out.find("Records imported total\ninserted "), std::string::npos) << out;
+    Run({"export", "-d", "test", "-f", File("out.txt")});
+    const std::string text = Read("out.txt");
+    EXPECT_GE(static_cast<long>(Values(text, 1000).size()), ends) << "a record for each terminator";
+    EXPECT_EQ(test::Verify(Database()), "");
+  }
+}
+
+}  // namespace
