@@ -180,9 +180,11 @@ DateTime DateTime::AddTicks(std::int64_t n) const {
 }
 
 DateTime DateTime::AddUnits(std::int64_t n, std::int64_t ticksPerUnit) const {
-  const std::int64_t limit = kMaxTicks / ticksPerUnit;
-  if (n < -limit || n > limit) ThrowRange("DateTime::AddMilliseconds argument out of range ", n);
-  return AddTicks(n * ticksPerUnit);
+  std::int64_t delta = 0;
+  const std::int64_t ticks = GetTicks();
+  if (__builtin_mul_overflow(n, ticksPerUnit, &delta) || delta < -ticks || delta > kMaxTicks - ticks)
+    ThrowRange("DateTime::AddMilliseconds argument out of range ", n);
+  return WithTicks(ticks + delta);
 }
 
 DateTime DateTime::AddMilliseconds(std::int64_t n) const {
@@ -202,10 +204,10 @@ DateTime DateTime::AddDays(std::int64_t n) const {
 }
 
 DateTime DateTime::AddMonths(std::int64_t n) const {
-  constexpr std::int64_t kMonths = 12 * kLastYear;
+  constexpr std::int64_t kMonths = std::int64_t{12} * kLastYear;
   const Date date = SplitDate();
-  const std::int64_t month =
-      std::clamp(n, -kMonths, kMonths) + (date.year - 1) * 12 + date.month - 1;  // from 0
+  const std::int64_t monthNow = std::int64_t{12} * (date.year - 1) + date.month - 1;  // from 0
+  const std::int64_t month = monthNow + std::clamp(n, -kMonths, kMonths);
   if (month < 0 || month >= kMonths) ThrowRange("DateTime::AddMonths argument out of range ", n);
 
   const int y = static_cast<int>(month / 12) + 1;

@@ -95,7 +95,7 @@ class IniFile {
 
   /// The section of this file, without includes, and the number of its head line (-1 for the section "").
   /// Null when there is none; `line` may be null. Good until the file is changed.
-  [[nodiscard]] const IniSection* GetSection(std::string_view name, int* line) const;
+  [[nodiscard]] const IniSection* GetSection(std::string_view name, int* line = nullptr) const;
   /// The raw lines behind the head of a section up to the next head. The first of the file and its includes
   /// that has the section gives them; false and no lines when none has.
   bool GetSection(std::string_view name, std::vector<std::string>* sectionLines) const;

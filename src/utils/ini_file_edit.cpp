@@ -1,7 +1,8 @@
+#include "utils/ini_file.h"
+
 #include <algorithm>
 #include <unordered_set>
 
-#include "utils/ini_file.h"
 #include "utils/ini_line.h"
 #include "utils/string_utils.h"
 

@@ -93,10 +93,10 @@ const char* TStringList::Get(int i) const noexcept {
 }
 
 bool TStringList::InsertItem(int i, std::string_view text, void* object, std::int32_t number) noexcept {
-  Block copy(Duplicate(text));
-  if (copy == nullptr || !items.Insert(i, {object, number, copy.get()})) return false;
-  copy.release();
-  return true;
+  char* copy = Duplicate(text);
+  if (copy != nullptr && items.Insert(i, {object, number, copy})) return true;
+  std::free(copy);
+  return false;
 }
 
 // Frees the items from index `n` on.
