@@ -12,8 +12,8 @@ namespace velora {
 /// Directory for protocols and temporary files, "workdir" of the main ini; made when it does not exist.
 std::string WorkDirectory(const app::VelorAppContext* ctx);
 
-/// Path of the first file of that name in the database, deposit and work directories; empty when there is
-/// none.
+/// Path of a table: the file of that name, or the first one with ".fst" behind it in the database, deposit
+/// and work directories; empty when there is none.
 std::string FindTable(const app::VelorAppContext* ctx, const std::string& database, const std::string& name);
 
 /// "<work directory><base name of file><middle><process number>.txt".

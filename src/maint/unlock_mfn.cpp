@@ -61,7 +61,7 @@ class Unlocker {
 };
 
 std::string Announce(const OpenedDatabase& database, std::ostream& out) {
-  const std::string subject = "UnlockMFN " + database.name();
+  std::string subject = "UnlockMFN " + database.name();
   out << "UnlockMFN\n";
   LogTool(subject);
   return subject;

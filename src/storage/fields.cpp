@@ -179,7 +179,7 @@ std::string_view FieldText(const TVelorSpace* space, int shelf, int index, int* 
   const TRecordShelf* record = FindShelf(space, shelf);
   const bool found = record && HasField(*record, index);
   if (tag) *tag = found ? record->directory()[index - 1].tag : 0;
-  return found ? TextOf(*record, index) : std::string_view("", 0);
+  return found ? TextOf(*record, index) : std::string_view("");
 }
 
 int Velorfldadd(TVelorSpace* space, int shelf, int tag, int index, const char* text, int length) {

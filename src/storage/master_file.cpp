@@ -270,7 +270,7 @@ int VelorGetMfn(const velor_01::TVelorSpace* space, int mfn, int* fragment) {
 }
 
 std::string GetDbNameEK(const velor_01::TVelorSpace* space) {
-  const std::string name = utils::PathUtil::GetFileName(space->path);
+  std::string name = utils::PathUtil::GetFileName(space->path);
   const std::string folder = utils::PathUtil::GetFileName(utils::PathUtil::GetDirectoryName(space->path));
   const std::string_view mark = velor_32::kCompanionMark;
   if (!utils::StringUtils::EndsWith(folder, mark)) return name;

@@ -17,8 +17,6 @@
 
 namespace velor_32 {
 
-using velor_01::kEntrySize;
-using velor_01::kLeaderSize;
 using velor_01::TDirEntry;
 using velor_01::TRecordShelf;
 
