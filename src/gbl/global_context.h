@@ -9,7 +9,7 @@ namespace velor_server_proc {
 
 /// How a global correction runs, and on which records.
 struct VelorGlobalContext {
-  bool updateIf = false;                        ///< -u: bring the inverted file up to date with each record
+  bool ifUpdate = false;                        ///< -u: bring the inverted file up to date with each record
   bool flc = false;                             ///< -c: formal logic control
   bool autoin = false;                          ///< -a: automatic input
   std::string logFile;                          ///< -lf: protocol file; empty: none

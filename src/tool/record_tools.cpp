@@ -78,14 +78,14 @@ struct GlobalOptions : SelectionOptions {
   std::string logFile;
   bool flc = false;
   bool autoin = false;
-  bool updateIf = false;
+  bool ifUpdate = false;
 };
 
 constexpr OptionRow<GlobalOptions> kGlobalRows[] = {
     {"-d", &GlobalOptions::database}, {"-f", &GlobalOptions::task},     {"-lf", &GlobalOptions::logFile},
     {"-r", &GlobalOptions::range},    {"-l", &GlobalOptions::listFile}, {"-mf", &GlobalOptions::mfnFrom},
     {"-mt", &GlobalOptions::mfnTo},   {"-se", &GlobalOptions::search},  {"-sc", &GlobalOptions::scan},
-    {"-c", &GlobalOptions::flc},      {"-a", &GlobalOptions::autoin},   {"-u", &GlobalOptions::updateIf},
+    {"-c", &GlobalOptions::flc},      {"-a", &GlobalOptions::autoin},   {"-u", &GlobalOptions::ifUpdate},
 };
 
 struct BatchOptions {

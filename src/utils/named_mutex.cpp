@@ -59,7 +59,7 @@ bool IsPlainMutex(const pthread_mutex_t* mutex) {
 /// The maker of an object sizes it first and initialises the mutex then, which would free a lock taken in
 /// between. It needs microseconds; an object that stays zero is taken as it is.
 void AwaitInit(const pthread_mutex_t* mutex) {
-  constexpr timespec kPause = {0, 200 * 1000};  // nanoseconds
+  constexpr timespec kPause = {0, 200'000};  // nanoseconds
   for (int tries = 50; tries > 0 && !(KindOf(mutex) & kShared); --tries) nanosleep(&kPause, nullptr);
 }
 
