@@ -42,9 +42,6 @@ bool InitShared(pthread_mutex_t* mutex) {
   return done;
 }
 
-/// True for what `InitShared` leaves, and for all zeros, which the object holds until its maker is that far:
-/// a free mutex as well. A foreign object can bear the same name; the library would follow pointers in it if
-/// its kind word claimed a robust or a priority mutex.
 constexpr unsigned kShared = 0x80;
 constexpr unsigned kElision = 0x300;  // set by the library on processors with lock elision
 
@@ -52,6 +49,9 @@ unsigned KindOf(const pthread_mutex_t* mutex) {
   return __atomic_load_n(reinterpret_cast<const unsigned*>(&mutex->__data.__kind), __ATOMIC_ACQUIRE);
 }
 
+/// True for what `InitShared` leaves, and for all zeros, which the object holds until its maker is that far:
+/// a free mutex as well. A foreign object can bear the same name; the library would follow pointers in it if
+/// its kind word claimed a robust or a priority mutex.
 bool IsPlainMutex(const pthread_mutex_t* mutex) {
   return (KindOf(mutex) & ~(kShared | kElision)) == 0;
 }
