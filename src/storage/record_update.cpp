@@ -38,7 +38,7 @@ struct Update {
   bool keepLock;
 
   std::string guid = {};  // to be stored with the record; empty where none is kept
-  int maxMfn = 0;      // one above the highest number in use
+  int maxMfn = 0;         // one above the highest number in use
   bool isNew = false;     // takes the next free number
   int fragment = 0;
   int localMfn = 0;         // number within the file
