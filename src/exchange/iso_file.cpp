@@ -59,6 +59,7 @@ bool IsoFileReader::Fill(std::size_t wanted) {
     }
     const int got = backup::_lread(file_, buffer_.data() + end_, static_cast<int>(buffer_.size() - end_));
     if (got <= 0) atEnd_ = true;
+    if (got < 0) hasFailed_ = true;
     end_ += static_cast<std::size_t>(std::max(got, 0));
   }
   return available() >= wanted;

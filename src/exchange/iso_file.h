@@ -40,6 +40,9 @@ class IsoFileReader {
   /// Whether the last record had a length that does not fit it.
   [[nodiscard]] bool lengthWasWrong() const { return lengthWasWrong_; }
 
+  /// Whether a read failed; the file then seems to end there.
+  [[nodiscard]] bool hasFailed() const { return hasFailed_; }
+
  private:
   [[nodiscard]] std::size_t available() const { return end_ - start_; }
   bool Fill(std::size_t wanted);
@@ -50,6 +53,7 @@ class IsoFileReader {
   int file_ = -1;
   bool atEnd_ = false;
   bool lengthWasWrong_ = false;
+  bool hasFailed_ = false;
   std::vector<char> buffer_;
   std::size_t start_ = 0;  // of what is not delivered yet
   std::size_t end_ = 0;    // of what was read
