@@ -157,6 +157,10 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
     Say(out, "Incorrect database name " + db);
     return velor_32::kBadArgument;
   }
+  if (utils::PathUtil::IsFile(ctx->dataPath + name + ".par")) {  // its files may lie anywhere
+    Say(out, "DB already created");
+    return kOk;
+  }
   if (!utils::PathUtil::IsDirectory(ctx->dataPath + blank)) {
     Say(out, "Blank database not found " + blank);
     return velor_32::kNotFound;

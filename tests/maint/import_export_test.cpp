@@ -190,6 +190,15 @@ TEST_F(ImportExportTest, AFileThatCannotBeReadIsNamed) {
   EXPECT_EQ(VelorImport(ctx(), "blank", Path(), out, {.format = VelorImportContext::kCsv}), -500);
 }
 
+TEST_F(ImportExportTest, ANewDatabaseLeavesAParameterFileAlone) {
+  Write("datai/elsewhere.par", "1=.\\DATAI\\BLANK\\\n");
+  std::ostringstream out;
+  EXPECT_EQ(VelorNewDB(ctx(), "Elsewhere", {.isFree = true}, out), velor_32::kOk);
+  EXPECT_EQ(out.str(), "NewDB Elsewhere\nDB already created\n");
+  EXPECT_EQ(Read("datai/elsewhere.par"), "1=.\\DATAI\\BLANK\\\n");
+  EXPECT_FALSE(std::filesystem::exists(File("datai/elsewhere")));
+}
+
 TEST_F(ImportExportTest, FreedNumbersAreReused) {
   Import(kThree);
   velor_32::VelorRecPhysDelTime(Open().get(), 2, 1);
