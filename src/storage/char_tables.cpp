@@ -11,7 +11,9 @@ namespace {
 
 constexpr std::int32_t kNoNumber = -1;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // One more digit behind a number, held at the biggest 32-bit value instead of running over.
 std::int32_t AppendDigit(std::int32_t number, char digit) {
@@ -20,7 +22,9 @@ std::int32_t AppendDigit(std::int32_t number, char digit) {
   return static_cast<std::int32_t>(longer < kBiggest ? longer : kBiggest);
 }
 
-bool IsByteCode(std::int32_t value) { return value > 0 && value < kTableSize; }
+bool IsByteCode(std::int32_t value) {
+  return value > 0 && value < kTableSize;
+}
 
 bool IsDefaultLetter(int code) {
   return (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z') || code >= 128;
@@ -47,7 +51,8 @@ void InitAlphabet(app::VelorAppContext& ctx, const std::string& path) {
   }
 }
 
-void InitUpperCase(const std::string& path, std::array<unsigned char, kTableSize>& table, std::int32_t& length) {
+void InitUpperCase(const std::string& path, std::array<unsigned char, kTableSize>& table,
+                   std::int32_t& length) {
   TableNumbers numbers{};
   if (!path.empty()) parse_tab(path, numbers);
 

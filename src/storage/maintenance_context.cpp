@@ -52,6 +52,8 @@ VelorAContext* VelorA_init(app::VelorAppContext* ctx) {
   }
 }
 
-void VelorA_close(VelorAContext* context) { delete context; }
+void VelorA_close(VelorAContext* context) {
+  delete context;
+}
 
 }  // namespace velora

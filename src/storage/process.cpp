@@ -17,7 +17,9 @@ namespace {
 constexpr int kNotFoundStatus = 127 << 8;  // the wait status of a child that exits with 127
 }  // namespace
 
-std::string_view AppPrefixText() { return {AppPrefix, strnlen(AppPrefix, sizeof(AppPrefix))}; }
+std::string_view AppPrefixText() {
+  return {AppPrefix, strnlen(AppPrefix, sizeof(AppPrefix))};
+}
 
 void SetAppPrefix(std::string_view prefix) {
   std::memset(AppPrefix, 0, sizeof(AppPrefix));

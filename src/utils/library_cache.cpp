@@ -20,7 +20,9 @@ class Guard {
 
 LibraryCache::LibraryCache(bool withMutex) : withMutex_(withMutex) {}
 
-LibraryCache::~LibraryCache() { Clear(); }
+LibraryCache::~LibraryCache() {
+  Clear();
+}
 
 void LibraryCache::Lock() {
   if (withMutex_) mutex_.lock();
