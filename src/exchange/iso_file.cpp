@@ -74,12 +74,18 @@ bool IsoFileReader::SkipFiller() {
   return false;
 }
 
+/// Whether another record seems to begin `distance` bytes behind start_.
+bool IsoFileReader::RecordBeginsAt(std::size_t distance) {
+  return Fill(distance + kIsoLeaderSize) &&
+         LooksLikeLeader({buffer_.data() + start_ + distance, kIsoLeaderSize});
+}
+
 /// Finds how long the record at start_ is.
 IsoFileReader::Outcome IsoFileReader::FindEnd(std::size_t* length) {
   Fill(kIsoLeaderSize);
   const std::size_t claimed = available() >= 5 ? IsoNumber({buffer_.data() + start_, 5}) : 0;
   const bool fits = claimed > kIsoLeaderSize && Fill(claimed);
-  lengthWasWrong_ = !fits || buffer_[start_ + claimed - 1] != kRecordTerminator;
+  lengthWasWrong_ = !fits || (buffer_[start_ + claimed - 1] != kRecordTerminator && !RecordBeginsAt(claimed));
   *length = claimed;
   if (!lengthWasWrong_) {
     if (const std::size_t inner = FindInnerEnd({buffer_.data() + start_, claimed}); inner > 0) {

@@ -9,7 +9,8 @@ namespace velora {
 
 /// Cuts a file into records of ISO 2709 form, through a buffer of its own.
 ///
-/// The length in a leader is believed when a record terminator stands where it says. Otherwise the record is
+/// The length in a leader is believed when a record terminator stands where it says, or when another record
+/// begins there: the terminator of a file may be another byte. Otherwise the record is
 /// taken up to the next terminator, so that one wrong length does not carry away the records behind it. Line
 /// ends and zero bytes between records are passed over. The buffer grows to the longest record of the file
 /// and no further than kLongestRecord.
@@ -47,6 +48,7 @@ class IsoFileReader {
   [[nodiscard]] std::size_t available() const { return end_ - start_; }
   bool Fill(std::size_t wanted);
   bool SkipFiller();
+  bool RecordBeginsAt(std::size_t distance);
   Outcome FindEnd(std::size_t* length);
   void SkipToTerminator();
 

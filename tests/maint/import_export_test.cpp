@@ -9,6 +9,7 @@
 
 #include "exchange/export.h"
 #include "exchange/import.h"
+#include "exchange/iso_file.h"
 #include "maint/new_db.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
@@ -197,6 +198,16 @@ TEST_F(ImportExportTest, ANewDatabaseLeavesAParameterFileAlone) {
   EXPECT_EQ(out.str(), "NewDB Elsewhere\nDB already created\n");
   EXPECT_EQ(Read("datai/elsewhere.par"), "1=.\\DATAI\\BLANK\\\n");
   EXPECT_FALSE(std::filesystem::exists(File("datai/elsewhere")));
+}
+
+TEST_F(ImportExportTest, AnotherRecordTerminatorMayEndTheRecords) {
+  std::string bytes;
+  const std::string one = test::IsoRecord({{1, std::string(9000, 'x')}});
+  while (bytes.size() < velora::IsoFileReader::kLongestRecord + one.size())
+    bytes.append(one, 0, one.size() - 1).push_back('\n');
+  const std::string count = std::to_string(bytes.size() / one.size());
+  const std::string said = Import(bytes, {.format = VelorImportContext::kIso});
+  EXPECT_NE(said.find("inserted " + count + "\n"), std::string::npos) << said;
 }
 
 TEST_F(ImportExportTest, FreedNumbersAreReused) {
