@@ -200,6 +200,17 @@ TEST_F(ImportExportTest, ANewDatabaseLeavesAParameterFileAlone) {
   EXPECT_FALSE(std::filesystem::exists(File("datai/elsewhere")));
 }
 
+TEST_F(ImportExportTest, AFailedNewDatabaseCanBeTriedAgain) {
+  std::filesystem::create_directory(File("datai/tried.par.d"));
+  std::filesystem::create_directory_symlink(File("datai/tried.par.d"), File("datai/tried.par"));
+  std::ostringstream out;
+  EXPECT_EQ(VelorNewDB(ctx(), "tried", {.isFree = true}, out), velor_32::kNoRecordFiles);
+  EXPECT_FALSE(std::filesystem::exists(File("datai/tried")));
+  std::filesystem::remove(File("datai/tried.par"));
+  EXPECT_EQ(VelorNewDB(ctx(), "tried", {.isFree = true}, out), velor_32::kOk);
+  EXPECT_EQ(out.str(), "NewDB tried\nError -400\nNewDB tried\nDone\n");
+}
+
 TEST_F(ImportExportTest, AnotherRecordTerminatorMayEndTheRecords) {
   std::string bytes;
   const std::string one = test::IsoRecord({{1, std::string(9000, 'x')}});
