@@ -42,6 +42,7 @@ class ProgramDir : public TempDir {
 
   /// The same in two halves. What it writes goes to the files .stdout and .stderr in this directory.
   pid_t Start(const std::vector<std::string>& words) const {
+    unlink(File(".stdout").c_str());  // what is there later comes from this run
     const pid_t child = fork();
     if (child == 0) Execute(words, File(".stdout"), File(".stderr"));
     return child;

@@ -42,6 +42,12 @@ class ImportFaultsTest : public testing::Test, public test::ProgramDir {
     return Write(name + ".iso", bytes);
   }
 
+  /// Waits, 20 seconds at most, until the program that was started has written this.
+  void AwaitOutput(const std::string& text) {
+    for (int tries = 0; tries < 20000 && Read(".stdout").find(text) == std::string::npos; ++tries)
+      ::usleep(1000);
+  }
+
   std::string Database() { return File("datai/test/test"); }
 
   std::string prefix_ = "f" + std::to_string(::getpid() % 1000000);
@@ -106,7 +112,7 @@ TEST_F(ImportFaultsTest, ASignalEndsTheRunBetweenTwoRecords) {
   const std::string file = WriteRecords("s", 100000);
   for (const int signal : {SIGINT, SIGTERM, SIGUSR1}) {
     const pid_t child = Start(ImportWords(file));
-    ::usleep(30000);
+    AwaitOutput("Import\n");
     ::kill(child, signal);
     EXPECT_EQ(Wait(child), 0) << signal;
     EXPECT_NE(Read(".stdout").find("Done\n"), std::string::npos) << "the counts are told";
