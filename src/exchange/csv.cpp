@@ -1,7 +1,7 @@
 #include "exchange/csv.h"
 
+#include "exchange/exchange_files.h"
 #include "storage/app_context.h"
-#include "utils/text_util.h"
 
 namespace velora {
 
@@ -47,15 +47,6 @@ std::string ReadField(std::ifstream& stream, std::string& line, std::size_t* at)
   return field;
 }
 
-/// Skips a UTF-8 byte-order mark at the start of a stream.
-void SkipMark(std::ifstream& stream) {
-  char mark[3] = {};
-  stream.read(mark, sizeof mark);
-  if (utils::TextUtil::CheckUTF8Bom(mark, static_cast<std::size_t>(stream.gcount())) != 0) return;
-  stream.clear();
-  stream.seekg(0);
-}
-
 void RemoveLineEnd(std::string& line) {
   if (!line.empty() && line.back() == '\r') line.pop_back();
 }
@@ -80,7 +71,7 @@ bool CSVtoTXT(app::VelorAppContext* ctx, const std::string& csvFile, const std::
   std::ifstream in(csvFile, std::ios::binary);
   std::ofstream out(textFile, std::ios::binary);
   if (!in || !out) return false;
-  SkipMark(in);
+  SkipByteOrderMark(in);
   std::vector<std::string> fields;
   while (CSVStringToStringList(ctx, in, fields)) {
     for (std::size_t n = 0; n < fields.size(); ++n) {
@@ -91,7 +82,7 @@ bool CSVtoTXT(app::VelorAppContext* ctx, const std::string& csvFile, const std::
     out << "*****\r\n";
   }
   out.flush();
-  return out.good();
+  return out.good() && !in.bad();
 }
 
 }  // namespace velora

@@ -16,7 +16,7 @@ namespace velora {
 bool CSVStringToStringList(app::VelorAppContext* ctx, std::ifstream& stream, std::vector<std::string>& out);
 
 /// Turns a CSV file into the text form of text_record.h: field n of a record becomes the tag n. False when a
-/// file cannot be opened or written.
+/// file cannot be opened, read or written.
 bool CSVtoTXT(app::VelorAppContext* ctx, const std::string& csvFile, const std::string& textFile);
 
 }  // namespace velora

@@ -49,6 +49,18 @@ std::string WorkFile(const app::VelorAppContext* ctx, const std::string& file, c
          std::to_string(::getpid()) + ".txt";
 }
 
+void SkipByteOrderMark(std::ifstream& stream) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  std::size_t matched = 0;
+  while (matched < kMark.size() && stream.peek() == static_cast<unsigned char>(kMark[matched])) {
+    stream.get();
+    ++matched;
+  }
+  if (stream.eof()) stream.clear();
+  if (matched == kMark.size()) return;
+  for (; matched > 0; --matched) stream.unget();
+}
+
 OutputFile::~OutputFile() {
   Close();
 }

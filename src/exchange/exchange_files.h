@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ std::string FindTable(const app::VelorAppContext* ctx, const std::string& databa
 
 /// "<work directory><base name of file><middle><process number>.txt".
 std::string WorkFile(const app::VelorAppContext* ctx, const std::string& file, const char* middle);
+
+/// Passes over a UTF-8 byte-order mark at the start of a stream. A pipe will do: nothing is sought.
+void SkipByteOrderMark(std::ifstream& stream);
 
 /// An output file with a buffer; a failure sticks.
 class OutputFile {

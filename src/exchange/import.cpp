@@ -59,6 +59,21 @@ struct TemporaryFile {
   }
 };
 
+/// For the life of the object new records take numbers at the end only, whatever the main ini says.
+class NumbersInOrder {
+ public:
+  NumbersInOrder(app::VelorAppContext* ctx, bool active) : ctx_(ctx), former_(ctx->reusePhysDel) {
+    if (active) ctx_->reusePhysDel = false;
+  }
+  ~NumbersInOrder() { ctx_->reusePhysDel = former_; }
+  NumbersInOrder(const NumbersInOrder&) = delete;
+  NumbersInOrder& operator=(const NumbersInOrder&) = delete;
+
+ private:
+  app::VelorAppContext* ctx_;
+  bool former_;
+};
+
 class Import {
  public:
   Import(app::VelorAppContext* ctx, std::string database, std::string file, std::ostream& out,
@@ -77,6 +92,7 @@ class Import {
   void Skip(const std::string& reason);
   void CleanFields();
   bool TakeHeaderNumber();
+  void MakeNew();
   bool HasRoomFor(std::int64_t records);
   bool ExtendTo(int mfn);
   int StoreUnderFreedNumber();
@@ -191,7 +207,10 @@ int Import::ImportAll() {
     }
   }
   velor_32::VelorBulkStop(space_.get());
-  return result;
+  if (!source_->HasFailed()) return result;
+  out_ << "Import read error: " << file_ << std::endl;
+  LogTool("Import read error: " + file_);
+  return velor_32::kNoRecordFiles;
 }
 
 void Import::ImportRecord() {
@@ -200,11 +219,14 @@ void Import::ImportRecord() {
     Note("Record damaged: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
   if (IsRefused()) return;
   if (params_.checkEncoding) CleanFields();
-  if (params_.header && velor_32::Velormfn(space, kRecordSlot) > 0 && !TakeHeaderNumber()) return;
+  const bool hasNumber = params_.header && velor_32::Velormfn(space, kRecordSlot) > 0;
+  const NumbersInOrder inOrder(ctx_, hasNumber);
+  if (hasNumber && !TakeHeaderNumber()) return;
 
   const bool isNew = velor_32::Velormfn(space, kRecordSlot) == 0;
   const bool isGone = velor_32::Velorrecstatus(space, kRecordSlot, 1) & velor_01::kStatusPhysicallyDeleted;
-  const int result = isNew && nextFreed_ < freedNumbers_.GetCount() ? StoreUnderFreedNumber() : Store();
+  const bool takesFreed = isNew && !hasNumber && nextFreed_ < freedNumbers_.GetCount();
+  const int result = takesFreed ? StoreUnderFreedNumber() : Store();
   if (result == kOk && isGone)
     velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, kRecordSlot), maintenance_->relayRecTime);
   Count(result, isNew);
@@ -246,15 +268,25 @@ bool Import::TakeHeaderNumber() {
     Count(velor_32::kMfnRange, false);
     return false;
   }
-  if (mfn < velor_32::Velormaxmfn(space)) {
-    velor_32::Velorchangeversion(space, kRecordSlot, velor_32::VelorReadVersion(space, mfn));
+  if (mfn >= velor_32::Velormaxmfn(space)) {
+    MakeNew();
     return true;
   }
-  const char* guid = velor_32::VelorGetGuid(space, kRecordSlot);
-  const std::string kept = guid ? guid : "";
-  velor_32::Velorchangemfn(space, kRecordSlot, 0);
-  if (!kept.empty()) velor_32::VelorSetGuid(space, kRecordSlot, kept.c_str());
+  const int version = velor_32::VelorReadVersion(space, mfn);
+  if (version < 0) {
+    Count(velor_32::kDamaged, false);
+    return false;
+  }
+  velor_32::Velorchangeversion(space, kRecordSlot, version);
   return true;
+}
+
+/// Takes the number from the record, which keeps the GUID that came with it.
+void Import::MakeNew() {
+  const char* guid = velor_32::VelorGetGuid(space_.get(), kRecordSlot);
+  const std::string kept = guid ? guid : "";
+  velor_32::Velorchangemfn(space_.get(), kRecordSlot, 0);
+  if (!kept.empty()) velor_32::VelorSetGuid(space_.get(), kRecordSlot, kept.c_str());
 }
 
 /// A number far away is refused before it fills the disk.
@@ -295,7 +327,7 @@ int Import::StoreUnderFreedNumber() {
     velor_32::Velorchangeversion(space_.get(), kRecordSlot, 0);
     if (const int result = Store(); result != velor_32::kVersionMismatch) return result;
   }
-  velor_32::Velorchangemfn(space_.get(), kRecordSlot, 0);
+  MakeNew();
   return Store();
 }
 

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "exchange/exchange_files.h"
 #include "exchange/marc_mode.h"
 #include "storage/codes.h"
 #include "storage/fields.h"
@@ -42,6 +43,8 @@ class IsoSource : public ImportSource {
     return Take(slot, {record, length});
   }
 
+  bool HasFailed() const override { return file_.hasFailed(); }
+
  private:
   Outcome Take(int slot, std::string_view record) {
     IsoLosses losses;
@@ -78,11 +81,7 @@ class TextSource : public ImportSource {
   bool Open(const std::string& file) {
     stream_.open(file, std::ios::binary);
     if (!stream_) return false;
-    char mark[3] = {};
-    stream_.read(mark, sizeof mark);
-    if (utils::TextUtil::CheckUTF8Bom(mark, static_cast<std::size_t>(stream_.gcount())) != 0) return true;
-    stream_.clear();
-    stream_.seekg(0);
+    SkipByteOrderMark(stream_);
     return true;
   }
 
@@ -91,6 +90,8 @@ class TextSource : public ImportSource {
     lostFields = badTexts = reader_.dropped();
     return got ? Outcome::kRecord : Outcome::kEnd;
   }
+
+  bool HasFailed() const override { return stream_.bad(); }
 
  private:
   static constexpr std::size_t kBufferSize = std::size_t{1} << 17;

@@ -23,6 +23,9 @@ class ImportSource {
   /// Reads the next record into an emptied slot. kSkipped: the file has a record here that cannot be taken.
   virtual Outcome Next(int slot) = 0;
 
+  /// True when the end that was met is not that of the file: it could not be read any further.
+  [[nodiscard]] virtual bool HasFailed() const = 0;
+
   /// About the last record: fields that it lost, those among them whose text was no UTF-8, and what was wrong
   /// with the record as a whole (empty: nothing).
   int lostFields = 0;

@@ -59,6 +59,7 @@ bool IsoFileReader::Fill(std::size_t wanted) {
     }
     const int got = backup::_lread(file_, buffer_.data() + end_, static_cast<int>(buffer_.size() - end_));
     if (got <= 0) atEnd_ = true;
+    if (got < 0) hasFailed_ = true;
     end_ += static_cast<std::size_t>(std::max(got, 0));
   }
   return available() >= wanted;
@@ -73,12 +74,18 @@ bool IsoFileReader::SkipFiller() {
   return false;
 }
 
+/// Whether another record seems to begin `distance` bytes behind start_.
+bool IsoFileReader::RecordBeginsAt(std::size_t distance) {
+  return Fill(distance + kIsoLeaderSize) &&
+         LooksLikeLeader({buffer_.data() + start_ + distance, kIsoLeaderSize});
+}
+
 /// Finds how long the record at start_ is.
 IsoFileReader::Outcome IsoFileReader::FindEnd(std::size_t* length) {
   Fill(kIsoLeaderSize);
   const std::size_t claimed = available() >= 5 ? IsoNumber({buffer_.data() + start_, 5}) : 0;
   const bool fits = claimed > kIsoLeaderSize && Fill(claimed);
-  lengthWasWrong_ = !fits || buffer_[start_ + claimed - 1] != kRecordTerminator;
+  lengthWasWrong_ = !fits || (buffer_[start_ + claimed - 1] != kRecordTerminator && !RecordBeginsAt(claimed));
   *length = claimed;
   if (!lengthWasWrong_) {
     if (const std::size_t inner = FindInnerEnd({buffer_.data() + start_, claimed}); inner > 0) {

@@ -9,7 +9,8 @@ namespace velora {
 
 /// Cuts a file into records of ISO 2709 form, through a buffer of its own.
 ///
-/// The length in a leader is believed when a record terminator stands where it says. Otherwise the record is
+/// The length in a leader is believed when a record terminator stands where it says, or when another record
+/// begins there: the terminator of a file may be another byte. Otherwise the record is
 /// taken up to the next terminator, so that one wrong length does not carry away the records behind it. Line
 /// ends and zero bytes between records are passed over. The buffer grows to the longest record of the file
 /// and no further than kLongestRecord.
@@ -40,16 +41,21 @@ class IsoFileReader {
   /// Whether the last record had a length that does not fit it.
   [[nodiscard]] bool lengthWasWrong() const { return lengthWasWrong_; }
 
+  /// Whether a read failed; the file then seems to end there.
+  [[nodiscard]] bool hasFailed() const { return hasFailed_; }
+
  private:
   [[nodiscard]] std::size_t available() const { return end_ - start_; }
   bool Fill(std::size_t wanted);
   bool SkipFiller();
+  bool RecordBeginsAt(std::size_t distance);
   Outcome FindEnd(std::size_t* length);
   void SkipToTerminator();
 
   int file_ = -1;
   bool atEnd_ = false;
   bool lengthWasWrong_ = false;
+  bool hasFailed_ = false;
   std::vector<char> buffer_;
   std::size_t start_ = 0;  // of what is not delivered yet
   std::size_t end_ = 0;    // of what was read

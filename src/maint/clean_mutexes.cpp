@@ -38,7 +38,8 @@ int RemoveMutexes(const std::string& prefix, std::ostream& out) {
   int rc = velor_32::kOk;
   for (const std::string& name : FindNames(prefix)) {
     if (shm_unlink(name.c_str()) == 0) continue;
-    out << "shm_unlink " << name << " failed with errno " << errno << '\n';
+    const int error = errno;  // before the stream changes it
+    out << "shm_unlink " << name << " failed with errno " << error << '\n';
     rc = velor_32::kLocked;
   }
   return rc;

@@ -141,6 +141,13 @@ int MakeFiles(app::VelorAppContext* ctx, const std::string& blank, const std::st
   return CompleteFiles(ctx, to + name);
 }
 
+/// What a failed run made would keep the next one from trying again.
+void RemoveHalfMade(const app::VelorAppContext* ctx, const std::string& name) {
+  std::error_code ignored;
+  fs::remove(ctx->dataPath + name + ".par", ignored);
+  fs::remove_all(ctx->dataPath + name, ignored);
+}
+
 }  // namespace
 
 int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewDBContext& params,
@@ -157,6 +164,10 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
     Say(out, "Incorrect database name " + db);
     return velor_32::kBadArgument;
   }
+  if (utils::PathUtil::IsFile(ctx->dataPath + name + ".par")) {  // its files may lie anywhere
+    Say(out, "DB already created");
+    return kOk;
+  }
   if (!utils::PathUtil::IsDirectory(ctx->dataPath + blank)) {
     Say(out, "Blank database not found " + blank);
     return velor_32::kNotFound;
@@ -168,6 +179,7 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
 
   int rc = MakeFiles(ctx, blank, name);
   if (rc == kOk && !WriteParameterFile(ctx, templateDb, name)) rc = velor_32::kNoRecordFiles;
+  if (rc != kOk) RemoveHalfMade(ctx, name);
   const std::string list = ListFile(ctx, params);
   if (rc == kOk && !AddToList(list, name, params.fullName.empty() ? name : params.fullName))
     Say(out, "No access to file " + list);

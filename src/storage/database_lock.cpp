@@ -117,7 +117,7 @@ int VelorUnLockDBTime(TVelorSpace* space, int timeoutSeconds) {
   // A stop request does not keep a database locked.
   return UnderDatabaseMutex(space, timeoutSeconds, [&] {
     VelorUnLockDB(space);
-    return kOk;
+    return VelorIsDBLocked(space) == kLocked ? kNoRecordFiles : kOk;
   });
 }
 

@@ -15,7 +15,8 @@ int VelorIsDBLocked(const TVelorSpace* space);
 int VelorLockDB(TVelorSpace* space);
 int VelorLockDBTime(TVelorSpace* space, int timeoutSeconds);
 
-/// Frees, whoever locked it. The Time form gives 0, -100 or -300.
+/// Frees, whoever locked it. The Time form gives 0, -100, -300, or -400 when the flag stays set because the
+/// file cannot be written.
 void VelorUnLockDB(TVelorSpace* space);
 int VelorUnLockDBTime(TVelorSpace* space, int timeoutSeconds);
 

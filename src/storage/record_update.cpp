@@ -28,6 +28,9 @@ using velor_01::TRecordShelf;
 namespace {
 
 constexpr std::int64_t kStatusWordOffset = 28;  // within an image
+
+/// How far behind the end of the master file a next offset can lie that a crashed writer left: one image.
+constexpr std::int64_t kLargestGap = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kStoredStatus = velor_01::kStatusLastVersion | velor_01::kStatusNotActualized;
 
 /// One update on its way.
@@ -54,9 +57,10 @@ int CheckUnchangedSinceRead(TVelorSpace* space, const Tlider& leader) {
   return VelorReadVersion(space, leader.mfn) == leader.version ? kOk : kVersionMismatch;
 }
 
-bool HasImage(const TVelorSpace* space, int mfn) {
+/// A number out of range may have an entry all the same: the padding of the file.
+bool HasImage(TVelorSpace* space, int mfn) {
   TNew_Xrf entry;
-  return mfn > 0 && ReadXrfEntry(space, mfn, &entry) == kOk &&
+  return mfn > 0 && mfn < Velormaxmfn(space) && ReadXrfEntry(space, mfn, &entry) == kOk &&
          !(entry.flags & velor_01::kStatusPhysicallyDeleted);
 }
 
@@ -140,6 +144,7 @@ int Claim(Update& update) {
   if (update.isNew && control.nxtmfn == std::numeric_limits<std::int32_t>::max()) return kMfnRange;
   update.offset = backup::MakeInt64(control.nxtLow, control.nxtHigh);
   if (update.offset < velor_01::kControlSize) return kNoRecordFiles;
+  if (update.offset - files.mstSize > kLargestGap) return kNoRecordFiles;  // damage: do not fill the disk
   if (update.isNew) update.localMfn = control.nxtmfn++;
 
   const std::int64_t end = update.offset + update.record.leader->length;

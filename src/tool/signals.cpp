@@ -27,7 +27,9 @@ void SignalHandler(int signal) {
 
 void SetupSignals() {
   for (int signal : {SIGUSR1, SIGTERM, SIGINT}) Install(signal);
-  if (HasDefaultHandler(SIGPIPE)) Install(SIGPIPE);
+  // A write that the system refuses is told by its result.
+  for (int signal : {SIGPIPE, SIGXFSZ})
+    if (HasDefaultHandler(signal)) Install(signal);
 }
 
 }  // namespace tool

@@ -1,11 +1,15 @@
 // Import and export as procedures, on databases of an installation.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "exchange/export.h"
 #include "exchange/import.h"
+#include "exchange/iso_file.h"
 #include "maint/new_db.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
@@ -141,6 +145,80 @@ TEST_F(ImportExportTest, HeadersRestoreNumbersAndStates) {
   EXPECT_NE(Import("#0: 2147483646#0\n#1: x\n*****\n", withHeader).find("Record update error: -140 1"),
             std::string::npos)
       << "a number that would fill the disk";
+}
+
+TEST_F(ImportExportTest, AHeaderNumberWinsOverFreedNumbers) {
+  Import(kThree);
+  velor_32::VelorRecPhysDelTime(Open().get(), 2, 1);
+  ctx()->reusePhysDel = true;
+  Import("#0: 4\n#1: four\n*****\n#0: 6\n#1: six\n*****\n#1: any\n*****\n",
+         {.header = true, .reuseMfn = true});
+  EXPECT_TRUE(ctx()->reusePhysDel) << "the setting is lifted for records with a number only";
+  EXPECT_EQ(Export({.header = true}),
+            "#0: 1#8\r\n#1: a\r\n*****\r\n#0: 2#8\r\n#1: any\r\n*****\r\n#0: 3#8\r\n#1: c\r\n*****\r\n"
+            "#0: 4#8\r\n#1: four\r\n*****\r\n#0: 6#8\r\n#1: six\r\n*****\r\n");
+}
+
+TEST_F(ImportExportTest, ADamagedNumberIsNotOverwritten) {
+  Import(kThree);
+  std::fstream xrf(File("datai/blank/blank.xrf"), std::ios::in | std::ios::out | std::ios::binary);
+  xrf.seekp(12).write(std::string(12, '\0').data(), 12);
+  xrf.close();
+  EXPECT_NE(Import("#0: 2\n#1: new\n*****\n", {.header = true}).find("Record update error: -141 1"),
+            std::string::npos);
+  EXPECT_EQ(velor_32::VelorRecord(Open().get(), 0, 2), velor_32::kDamaged);
+}
+
+TEST_F(ImportExportTest, APipeIsReadWithAndWithoutAMark) {
+  const std::string pipe = File("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  for (const char* mark : {"", "\xEF\xBB\xBF"}) {
+    std::thread writer([&] { std::ofstream(pipe) << mark << "#1: piped\n*****\n"; });
+    std::ostringstream out;
+    VelorImport(ctx(), "blank", pipe, out, {});
+    writer.join();
+    EXPECT_NE(out.str().find("inserted 1"), std::string::npos) << out.str();
+  }
+}
+
+TEST_F(ImportExportTest, AFileThatCannotBeReadIsNamed) {
+  for (const std::int32_t format : {VelorImportContext::kIso, VelorImportContext::kText}) {
+    std::ostringstream out;
+    EXPECT_EQ(VelorImport(ctx(), "blank", Path(), out, {.format = format}), velor_32::kNoRecordFiles);
+    EXPECT_NE(out.str().find("Import read error: " + Path() + "\n"), std::string::npos) << out.str();
+  }
+  std::ostringstream out;
+  EXPECT_EQ(VelorImport(ctx(), "blank", Path(), out, {.format = VelorImportContext::kCsv}), -500);
+}
+
+TEST_F(ImportExportTest, ANewDatabaseLeavesAParameterFileAlone) {
+  Write("datai/elsewhere.par", "1=.\\DATAI\\BLANK\\\n");
+  std::ostringstream out;
+  EXPECT_EQ(VelorNewDB(ctx(), "Elsewhere", {.isFree = true}, out), velor_32::kOk);
+  EXPECT_EQ(out.str(), "NewDB Elsewhere\nDB already created\n");
+  EXPECT_EQ(Read("datai/elsewhere.par"), "1=.\\DATAI\\BLANK\\\n");
+  EXPECT_FALSE(std::filesystem::exists(File("datai/elsewhere")));
+}
+
+TEST_F(ImportExportTest, AFailedNewDatabaseCanBeTriedAgain) {
+  std::filesystem::create_directory(File("datai/tried.par.d"));
+  std::filesystem::create_directory_symlink(File("datai/tried.par.d"), File("datai/tried.par"));
+  std::ostringstream out;
+  EXPECT_EQ(VelorNewDB(ctx(), "tried", {.isFree = true}, out), velor_32::kNoRecordFiles);
+  EXPECT_FALSE(std::filesystem::exists(File("datai/tried")));
+  std::filesystem::remove(File("datai/tried.par"));
+  EXPECT_EQ(VelorNewDB(ctx(), "tried", {.isFree = true}, out), velor_32::kOk);
+  EXPECT_EQ(out.str(), "NewDB tried\nError -400\nNewDB tried\nDone\n");
+}
+
+TEST_F(ImportExportTest, AnotherRecordTerminatorMayEndTheRecords) {
+  std::string bytes;
+  const std::string one = test::IsoRecord({{1, std::string(9000, 'x')}});
+  while (bytes.size() < velora::IsoFileReader::kLongestRecord + one.size())
+    bytes.append(one, 0, one.size() - 1).push_back('\n');
+  const std::string count = std::to_string(bytes.size() / one.size());
+  const std::string said = Import(bytes, {.format = VelorImportContext::kIso});
+  EXPECT_NE(said.find("inserted " + count + "\n"), std::string::npos) << said;
 }
 
 TEST_F(ImportExportTest, FreedNumbersAreReused) {

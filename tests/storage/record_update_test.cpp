@@ -259,6 +259,34 @@ TEST_F(RecordUpdateTest, WildFragmentCounts) {
   }
 }
 
+TEST_F(RecordUpdateTest, ANextOffsetFarBehindTheFileIsRefused) {
+  for (const std::uint32_t high : {1U, 0x7FFFFFFFU}) {
+    TestBase().Record({{1, "x"}}).PokeMst(8, 0xFFFFFFF0U).PokeMst(12, high).WriteTo(path_);
+    const SpacePointer space = Open();
+    const auto size = std::filesystem::file_size(path_ + ".mst");
+    EXPECT_EQ(AddRecord(space.get(), {{1, "y"}}), kNoRecordFiles);
+    EXPECT_EQ(std::filesystem::file_size(path_ + ".mst"), size);
+  }
+}
+
+TEST_F(RecordUpdateTest, AnUnlockThatFailsSaysSo) {
+  const SpacePointer space = Open();
+  ASSERT_EQ(VelorLockDBTime(space.get(), kTimeout), kOk);
+  std::filesystem::rename(path_ + ".mst", path_ + ".away");
+  EXPECT_EQ(VelorUnLockDBTime(space.get(), kTimeout), kNoRecordFiles);
+  std::filesystem::rename(path_ + ".away", path_ + ".mst");
+  EXPECT_EQ(VelorUnLockDBTime(space.get(), kTimeout), kOk);
+}
+
+TEST_F(RecordUpdateTest, ANumberOutOfRangeIsNoMatterOfGuids) {
+  const SpacePointer space = Open();
+  ASSERT_EQ(AddRecord(space.get(), {{1, "x"}}), 1);
+  space->isFullText = true;
+  Velornewrec(space.get(), 0);
+  Velorchangemfn(space.get(), 0, 9);
+  EXPECT_EQ(Update(space.get()), kMfnRange);
+}
+
 TEST_F(RecordUpdateTest, AWaitForTheMutexEnds) {
   const SpacePointer space = Open();
   utils::NamedMutex held;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 
 #include <map>
 #include <random>
@@ -59,6 +60,19 @@ std::vector<std::string> Values(const std::string& text, int tag) {
   for (std::size_t at = 0; (at = text.find(mark, at)) != std::string::npos; ++at)
     values.push_back(text.substr(at + mark.size(), text.find("\r\n", at) - at - mark.size()));
   return values;
+}
+
+TEST_F(ImportFaultsTest, ALimitOnFileSizesIsAnErrorOfTheRecord) {
+  const std::string file = WriteRecords("a", 3);
+  rlimit former{};
+  getrlimit(RLIMIT_FSIZE, &former);
+  const rlimit tight{500000, former.rlim_max};  // bytes; the master file grows by a megabyte
+  setrlimit(RLIMIT_FSIZE, &tight);
+  const pid_t child = Start(ImportWords(file));
+  setrlimit(RLIMIT_FSIZE, &former);
+  EXPECT_EQ(Wait(child), 0);
+  EXPECT_NE(Read(".stdout").find("Record update error: -400 3\n"), std::string::npos);
+  EXPECT_EQ(std::filesystem::file_size(Database() + ".mst"), 36U) << "nothing was claimed";
 }
 
 TEST_F(ImportFaultsTest, FourAtTheSameTimeLoseNothing) {
