@@ -13,6 +13,7 @@ void MendAfterDeadWriter(TVelorSpace* space) {
   velor_01::Tcntmst control;
   velor_01::TNew_Xrf entry;
   if (!ReadControl(open.files.mstFile, &control)) return;
+  if (control.nxtmfn < 2) return;
   const int last = control.nxtmfn - 1;
   if (!ReadEntryAt(open.files.xrfFile, last, &entry)) return;
   if (entry.offsetLow != 0 || entry.offsetHigh != 0 || entry.flags != 0) return;

@@ -226,11 +226,19 @@ TEST_F(RecordUpdateTest, FragmentsTakeNewRecordsInTheLastFile) {
   }
   ASSERT_EQ(VelorRecord(space.get(), 0, 3), kOk);
   ASSERT_EQ(Update(space.get()), kOk);
-  ASSERT_EQ(VelorRecPhysDelTime(space.get(), 4, kTimeout), kOk);
+  app::StopProcess = 1;
+  EXPECT_EQ(Update(space.get()), kLocked) << "a stop request ends the changes of records";
+  const int deleted = VelorRecPhysDelTime(space.get(), 4, kTimeout);
+  app::StopProcess = 0;
+  ASSERT_EQ(deleted, kOk) << "but no record is left that was to go";
   EXPECT_EQ(VelorXrfGetFirstPhysDel(space.get()), 4);
   velor_01::TIntList pending;
   VelorNotActList(space.get(), &pending);
   EXPECT_EQ(pending.GetCount(), 6);
+  space->termPath = path_;
+  ASSERT_EQ(VelorDBEmptyTime(space.get(), kTimeout), kOk);
+  EXPECT_FALSE(std::filesystem::exists(path_ + ".mst1")) << "emptied with its fragments";
+  EXPECT_EQ(AddRecord(space.get(), {{200, "first"}}), 1);
 }
 
 TEST_F(RecordUpdateTest, TheMappingOfFragments) {
