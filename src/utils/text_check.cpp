@@ -105,11 +105,12 @@ int CheckBlock(const Block& block) {
   return zeros != 0 ? kEnded : std::countr_zero(cut);
 }
 
-/// Checks fewer than 64 bytes: the zeros behind them end the check, and cut what the text's end cuts.
+/// Checks fewer than 64 bytes: the zeros behind them end the check, and cut what the text's end cuts. No next
+/// block completes a character that CheckBlock leaves to it.
 bool CheckTail(const char* text, std::size_t len) {
   char padded[kBlock] = {};
   std::memcpy(padded, text, len);
-  return CheckBlock(Load(padded)) != kIllFormed;
+  return CheckBlock(Load(padded)) == kEnded;
 }
 
 }  // namespace
