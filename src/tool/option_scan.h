@@ -13,8 +13,7 @@
 //
 // Scripts depend on these properties of the walk:
 // - it looks at every word, also at those that are values of an earlier option: in "-d -r" the "-r" is the
-// value of
-//   -d and the flag -r at once;
+//   value of -d and the flag -r at once;
 // - an option with a value counts only with a word behind it; in last place it is ignored;
 // - a later occurrence overwrites an earlier one;
 // - names are compared exactly, unknown words are passed over.

@@ -96,6 +96,7 @@ void IniFile::Clear() {
 void IniFile::ReadLines(std::vector<std::string> newLines, Loader& loader) {
   lines = std::move(newLines);
   IniSection* current = &sections.at("").section;
+  std::unordered_set<std::string> included;  // a file may have as many include lines as other lines
   for (int i = 0; i < static_cast<int>(lines.size()); ++i) {
     const IniLine line = ReadIniLine(lines[i]);
     switch (line.kind) {
@@ -108,7 +109,8 @@ void IniFile::ReadLines(std::vector<std::string> newLines, Loader& loader) {
         current = &OpenSection(line.name, i);
         break;
       case IniLine::Kind::kInclude:
-        AddInclude(IncludeFileName(line.name), i, loader);
+        if (const auto [name, isNew] = included.insert(IncludeFileName(line.name)); isNew)
+          includes.push_back({*name, loader.Load(*name), i});
         break;
     }
   }
@@ -122,13 +124,6 @@ IniSection& IniFile::OpenSection(std::string_view name, int headLine) {
   entry.section.Clear();
   entry.headLine = headLine;
   return entry.section;
-}
-
-void IniFile::AddInclude(std::string includeName, int line, Loader& loader) {
-  const bool isKnown = std::ranges::find(includes, includeName, &Include::name) != includes.end();
-  if (isKnown) return;
-  auto file = loader.Load(includeName);
-  includes.push_back({std::move(includeName), std::move(file), line});
 }
 
 std::shared_ptr<IniFile> IniFile::Parse(std::vector<std::string> lines, std::string_view fileName,

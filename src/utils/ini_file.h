@@ -144,7 +144,6 @@ class IniFile {
 
   void ReadLines(std::vector<std::string> newLines, Loader& loader);
   IniSection& OpenSection(std::string_view name, int headLine);
-  void AddInclude(std::string includeName, int line, Loader& loader);
   void IndexKeys(IniSection& section, int from, int end);
   [[nodiscard]] const std::string* FindValue(const std::string& foldedSection,
                                              const std::string& foldedKey) const;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <random>
 #include <string>
@@ -148,6 +149,17 @@ TEST(IniFile, AReaderThatInventsNamesForEver) {
   });
   EXPECT_LE(calls, 1000);
   EXPECT_EQ(ini->Get("s", "k", "-"), "-");
+}
+
+TEST(IniFile, ManyIncludeLinesTakeLinearTime) {
+  constexpr int kLines = 200000;
+  std::string text;
+  for (int i = 0; i < kLines; ++i) text += "[@x" + std::to_string(i) + "]\n[@x0]\n";
+  const auto start = std::chrono::steady_clock::now();
+  const auto ini = ParseWith(text + "[s]\nk=1", {{"x0.ini", "[s]\nlow=2"}});
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(ini->Get("s", "k", "-"), "1");
+  EXPECT_EQ(ini->Get("s", "low", "-"), "2");
 }
 
 TEST(IniFile, Files) {
