@@ -28,6 +28,7 @@ void SetAppPrefix(std::string_view prefix) {
 
 int WaitProcess(pid_t pid) {
   int status = kNotFoundStatus;
+  if (pid <= 0) return WEXITSTATUS(status);  // a failed fork: kill would reach every process of the user
   while (waitpid(pid, &status, 0) == -1) {
     if (errno != EINTR) break;
     if (StopProcess != 0) kill(pid, SIGINT);

@@ -112,6 +112,14 @@ TEST(WaitProcess, TellsHowTheChildEnded) {
 }
 
 // The waiting parent gets a stop signal: it passes SIGINT on and still waits for the end.
+TEST(WaitProcess, AFailedForkIsNoChild) {
+  const pid_t other = fork();
+  if (other == 0) _exit(3);
+  EXPECT_EQ(app::WaitProcess(-1), 127);
+  EXPECT_EQ(app::WaitProcess(0), 127);
+  EXPECT_EQ(app::WaitProcess(other), 3) << "no other child was waited for";
+}
+
 TEST(WaitProcess, PassesAStopOnToTheChild) {
   EXPECT_TRUE(HoldsInChild([] {
     tool::SetupSignals();
