@@ -27,7 +27,8 @@ bool LooksLikeLeader(std::string_view text) {
 /// Length of the first record within `text`, which ends in a terminator, if another one begins inside it: a
 /// length that is too long must not swallow its neighbours. 0 when there is none.
 std::size_t FindInnerEnd(std::string_view text) {
-  for (std::size_t at = 0; (at = text.find(kRecordTerminator, at)) + 1 < text.size(); ++at)
+  for (std::size_t at = text.find(kRecordTerminator); at != std::string_view::npos && at + 1 < text.size();
+       at = text.find(kRecordTerminator, at + 1))
     if (LooksLikeLeader(text.substr(at + 1))) return at + 1;
   return 0;
 }

@@ -149,6 +149,8 @@ TEST_F(IsoRecordTest, AFileIsCutIntoItsRecords) {
   const auto digits = [](std::size_t length) { return std::to_string(100000 + length).substr(1); };
   const std::string bare = b.substr(0, b.size() - 1);  // without its terminator
   const std::string whole = withLength(bare, digits(bare.size()));
+  std::string odd = a;
+  odd.replace(12, 5, "xxxxx").back() = '!';
   const std::string greedy = withLength(a, digits(a.size() + b.size()));
   const struct {
     const char* why;
@@ -165,6 +167,7 @@ TEST_F(IsoRecordTest, AFileIsCutIntoItsRecords) {
       {"a length of 99999", withLength(a, "99999") + b, {withLength(a, "99999"), b}},
       {"the last record without its terminator", a + bare, {a, "(truncated)"}},
       {"the same, its length telling the truth", a + whole, {a, whole}},
+      {"another terminator byte and no base address", odd + b, {odd, b}},
       {"cut in the leader", a + b.substr(0, 10), {a, "(truncated)"}},
       {"garbage behind", a + "garbage", {a, "(truncated)"}},
   };
