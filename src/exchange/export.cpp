@@ -126,6 +126,7 @@ int Export::ExportAll() {
     LogTool("Export write error: " + file_);
     return velor_32::kNoRecordFiles;
   }
+  if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
   out_ << "Done" << std::endl;
   LogTool("Export " + database_ + " done");
   return kOk;

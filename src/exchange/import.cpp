@@ -278,6 +278,9 @@ bool Import::TakeHeaderNumber() {
     return false;
   }
   velor_32::Velorchangeversion(space, kRecordSlot, version);
+  // The state in the file tells of the record that was exported; it is no right to the one that somebody
+  // holds here.
+  velor_32::Velorrecunlock(space, kRecordSlot);
   return true;
 }
 
@@ -366,6 +369,7 @@ void Import::Report() {
   out_ << "Records merged 0" << std::endl << "Records imported " << imported_ << std::endl;
   LogTool("Import " + database_ + " records merged 0");
   LogTool("Import " + database_ + " done");
+  if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
   out_ << "Done" << std::endl;
 }
 

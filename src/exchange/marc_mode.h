@@ -5,8 +5,7 @@
 #include "storage/velor_space.h"
 
 /// MARC mode: the exchange of records whose subfields are opened by the byte 1F hex, where the databases here
-/// have a
-/// "^". It is switched on by the name of the reformatting table.
+/// have a "^". It is switched on by the name of the reformatting table.
 namespace velora {
 
 constexpr char kMarcDelimiter = '\x1F';

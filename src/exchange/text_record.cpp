@@ -1,6 +1,7 @@
 #include "exchange/text_record.h"
 
 #include <charconv>
+#include <limits>
 
 #include "storage/app_context.h"
 #include "storage/codes.h"
@@ -161,7 +162,10 @@ void TextRecordReader::EndField(int slot) {
     velor_32::VelorSetGuid(space_, slot, own.c_str());
     sawGuid_ = true;
   } else {
-    velor_32::Velorfldadd(space_, slot, tag_, 0, text.data(), static_cast<int>(text.size()));
+    const bool fits = text.size() <= std::numeric_limits<std::int32_t>::max();
+    if (!fits || velor_32::Velorfldadd(space_, slot, tag_, 0, text.data(), static_cast<int>(text.size())) !=
+                     velor_32::kOk)
+      ++dropped_;
   }
 }
 

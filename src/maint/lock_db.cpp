@@ -12,12 +12,15 @@ namespace {
 struct LockAction {
   const char* title;
   int (*run)(velor_01::TVelorSpace* space, int timeoutSeconds);
+  int (*undo)(velor_01::TVelorSpace* space, int timeoutSeconds);  // so that both databases have one state
 };
 
 int RunOnBoth(const LockAction& action, velor_01::TVelorSpace* space, int timeoutSeconds) {
   const int rc = action.run(space, timeoutSeconds);
   if (rc != 0 || space->textSpace == nullptr) return rc;
-  return action.run(space->textSpace, timeoutSeconds);
+  const int companionResult = action.run(space->textSpace, timeoutSeconds);
+  if (companionResult != 0) action.undo(space, timeoutSeconds);
+  return companionResult;
 }
 
 int RunLockAction(const LockAction& action, app::VelorAppContext* ctx, const std::string& db,
@@ -35,11 +38,11 @@ int RunLockAction(const LockAction& action, app::VelorAppContext* ctx, const std
 }  // namespace
 
 int VelorLockDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
-  return RunLockAction({"LockDB", velor_32::VelorLockDBTime}, ctx, db, out);
+  return RunLockAction({"LockDB", velor_32::VelorLockDBTime, velor_32::VelorUnLockDBTime}, ctx, db, out);
 }
 
 int VelorUnlockDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
-  return RunLockAction({"UnlockDB", velor_32::VelorUnLockDBTime}, ctx, db, out);
+  return RunLockAction({"UnlockDB", velor_32::VelorUnLockDBTime, velor_32::VelorLockDBTime}, ctx, db, out);
 }
 
 }  // namespace velor_server_proc

@@ -84,6 +84,12 @@ std::string ParameterPath(const app::VelorAppContext* ctx, const std::string& di
   return directory;
 }
 
+/// Directory of the texts of a full-text database, with the separator of the path.
+std::string TextsPath(const std::string& path) {
+  const bool isRelative = path[0] == '.';
+  return path + (isRelative ? "TEXTS\\" : "texts/");
+}
+
 /// The parameter file: line 0 of the template's, if it has one, and a line for each kind of file.
 bool WriteParameterFile(const app::VelorAppContext* ctx, const std::string& templateDb,
                         const std::string& name) {
@@ -94,6 +100,8 @@ bool WriteParameterFile(const app::VelorAppContext* ctx, const std::string& temp
       if (utils::StringUtils::StartsWith(old.Get(i), "0=")) lines.Add(old.Get(i));
   const std::string path = ParameterPath(ctx, ctx->dataPath + name + "/");
   for (int n = 1; n <= kParameterLines; ++n) lines.Add((std::to_string(n) + "=" + path).c_str());
+  if (utils::PathUtil::IsDirectory(ctx->dataPath + name + "/" + name + "--text"))
+    lines.Add((std::to_string(kParameterLines + 1) + "=" + TextsPath(path)).c_str());
   return lines.SaveToFile((ctx->dataPath + name + ".par").c_str());
 }
 

@@ -72,7 +72,10 @@ int EmptyFiles(TVelorSpace* space) {
   if (!ifp.ok() || !l01.ok() || !n01.ok()) return kNoInvertedFile;
 
   const Tcntmst control = EmptyControl(space->isFullText);
+  const int fragments = LastFragment(space);
   if (!WriteControl(mst.get(), control)) return kNoRecordFiles;
+  for (int k = 1; k <= fragments; ++k)
+    for (const char* extension : {".mst", ".xrf"}) ::unlink(FragmentPath(space, extension, k).c_str());
   space->mst->control = control;
   if (::ftruncate(mst.get(), velor_01::kControlSize) != 0) return kNoRecordFiles;
   for (const int handle : {xrf.get(), ifp.get(), l01.get(), n01.get()})

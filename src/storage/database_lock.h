@@ -20,8 +20,8 @@ int VelorLockDBTime(TVelorSpace* space, int timeoutSeconds);
 void VelorUnLockDB(TVelorSpace* space);
 int VelorUnLockDBTime(TVelorSpace* space, int timeoutSeconds);
 
-/// Empties the record files and the inverted file of a database, and of its companion, and clears the lock
-/// flag and the fragment words. Results 0, -100, -400, -401; the Time form also -300.
+/// Empties the record files and the inverted file of a database, and of its companion, removes its fragments
+/// and clears the lock flag. Results 0, -100, -400, -401; the Time form also -300.
 int VelorDBEmpty(TVelorSpace* space);
 int VelorDBEmptyTime(TVelorSpace* space, int timeoutSeconds);
 

@@ -60,8 +60,8 @@ int OpenDb(std::string_view execDir, std::string_view dataPath, std::string* dat
   for (int i = 0; i < lines.GetCount(); ++i) TakeLine(lines.Get(i), directories);
 
   for (std::string& path : *directories) {
-    if (isCompanion) path += name + std::string(kTextMark) + "\\";
     path = Resolve(execDir, path);
+    if (isCompanion) path += name + std::string(kTextMark) + "/";
   }
   *database = isCompanion ? "text" : name;
   return velor_32::kOk;

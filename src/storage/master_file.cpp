@@ -220,8 +220,10 @@ int VelorLazyMst(TVelorSpace* space) {
 
 int VelorLazyTerm(TVelorSpace* space) {
   if (!space) return kNoSpace;
-  CloseTermFiles(space);
-  space->lazyTerm = true;
+  if (!space->termPath.empty()) {  // terms that were never opened are not missed later
+    CloseTermFiles(space);
+    space->lazyTerm = true;
+  }
   return space->textSpace ? VelorLazyTerm(space->textSpace) : kOk;
 }
 
@@ -244,7 +246,11 @@ int VelorUnlazyTerm(TVelorSpace* space) {
   if (!space) return kNoSpace;
   return AtEdge([&] {
     const std::string path = space->termPath;
-    if (int rc = Velorinitterm(space, path.c_str()); rc != kOk) return rc;
+    if (int rc = Velorinitterm(space, path.c_str()); rc != kOk) {
+      space->termPath = path;
+      space->lazyTerm = true;
+      return rc;
+    }
     return space->textSpace && space->textSpace->lazyTerm ? VelorUnlazyTerm(space->textSpace) : kOk;
   });
 }

@@ -66,6 +66,7 @@ constexpr std::int32_t kLargestOrdinaryType = 65535;
 constexpr std::int64_t kControlSize = sizeof(Tcntmst);
 constexpr std::int32_t kLeaderSize = sizeof(Tlider);
 constexpr std::int32_t kEntrySize = sizeof(TDirEntry);
+constexpr std::int64_t kStatusWordOffset = offsetof(Tlider, status);  // within an image
 constexpr std::int64_t kXrfEntrySize = sizeof(TNew_Xrf);
 constexpr std::int64_t kMstStep = 0x100000;  // the master file is padded with zeros to a multiple of this
 constexpr std::int64_t kXrfStep = 0x8000;    // the cross-reference file likewise

@@ -5,6 +5,7 @@
 
 #include "storage/app_context.h"
 #include "storage/codes.h"
+#include "storage/edge.h"
 #include "storage/fields.h"
 #include "storage/shelf.h"
 #include "utils/guid_util.h"
@@ -69,9 +70,12 @@ int VelorRecordCheckGuid(TVelorSpace* space, int shelf) {
 
 int VelorFldAddGUID(TVelorSpace* space, int shelf, const char* text) {
   if (int rc = CheckShelf(space, shelf); rc != kOk) return rc;
-  const std::string own(text, kGuidLength);  // the text may be that of a field which goes now
-  RemoveGuidFields(space, shelf);
-  return Velorfldadd(space, shelf, kGuidTag, 1, own.data(), kGuidLength) == kOk ? kOk : kGuidMemory;
+  if (!VelorIsGuid(text)) return kBadGuid;
+  return AtEdge([&] {
+    const std::string own(text, kGuidLength);  // the text may be that of a field which goes now
+    RemoveGuidFields(space, shelf);
+    return Velorfldadd(space, shelf, kGuidTag, 1, own.data(), kGuidLength) == kOk ? kOk : kGuidMemory;
+  });
 }
 
 int TakeGuidField(TVelorSpace* space, int shelf) {

@@ -20,7 +20,7 @@ int VelorSetGuid(TVelorSpace* space, int shelf, const char* text);
 /// record that has none. Result 1, or 0 when the space keeps no GUIDs.
 int VelorRecordCheckGuid(TVelorSpace* space, int shelf);
 
-/// Removes all GUID fields, then puts one in first place. Result 0, -100 or -101.
+/// Removes all GUID fields, then puts one in first place. Result 0, -100, -101, or -609 for a bad text.
 int VelorFldAddGUID(TVelorSpace* space, int shelf, const char* text);
 
 /// In a full-text space: moves field 1 into `guid`. -609, and an empty record, when it is no GUID field.

@@ -370,7 +370,8 @@ int Velormaxmfn(TVelorSpace* space) {
   if (!isMissingFragment && ::lseek(file, 0, SEEK_END) != 0 && !ReadControl(file, &control))
     return kNoRecordFiles;
   if (last == 0) return control.nxtmfn;
-  const std::int64_t before = std::int64_t{base.fragmentCount - 1} * (std::int64_t{base.nxtmfn} - 1);
+  const std::int64_t before =
+      std::int64_t{base.fragmentSize} * last;  // what the files before it hold when full
   return static_cast<int>(std::min<std::int64_t>(before + control.nxtmfn, std::numeric_limits<int>::max()));
 }
 

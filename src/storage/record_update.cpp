@@ -27,8 +27,6 @@ using velor_01::TRecordShelf;
 
 namespace {
 
-constexpr std::int64_t kStatusWordOffset = 28;  // within an image
-
 /// How far behind the end of the master file a next offset can lie that a crashed writer left: one image.
 constexpr std::int64_t kLargestGap = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kStoredStatus = velor_01::kStatusLastVersion | velor_01::kStatusNotActualized;
@@ -194,7 +192,7 @@ bool DemoteOldImage(const Update& update) {
   if (update.oldOffset < 1 || !ReadLeaderAt(update.open.files.mstFile, update.oldOffset, &old)) return true;
   const bool isOurs = old.mfn == update.localMfn && (old.status & velor_01::kStatusLastVersion);
   if (!isOurs) return true;
-  return WriteWordAt(update.open.files.mstFile, update.oldOffset + kStatusWordOffset,
+  return WriteWordAt(update.open.files.mstFile, update.oldOffset + velor_01::kStatusWordOffset,
                      old.status & ~velor_01::kStatusLastVersion);
 }
 
@@ -209,6 +207,14 @@ int Write(Update& update) {
     return rc;
   if (!DemoteOldImage(update)) return kNoRecordFiles;
   return WriteEntryAt(files.xrfFile, update.localMfn, update.entry) ? kOk : kNoRecordFiles;
+}
+
+/// A record that could not be stored is as it was, and can be stored again.
+void RestoreLeader(const Tlider& before, Tlider* leader) {
+  leader->version = before.version;
+  leader->backLow = before.backLow;
+  leader->backHigh = before.backHigh;
+  leader->status = before.status;
 }
 
 /// The steps that change the files, on a shelf that has its GUID field in place.
@@ -242,10 +248,12 @@ int VelorRecUpdate0(TVelorSpace* space, int shelf, bool keepLock, bool checkDbLo
     if (int rc = CheckRecordLock(update); rc != kOk) return rc;
     if (int rc = CheckDatabase(update, checkDbLock); rc != kOk) return rc;
     if (int rc = TakeNumber(update); rc != kOk) return rc;
-    if (update.guid.empty()) return Store(update);
-
-    if (int rc = VelorFldAddGUID(space, shelf, update.guid.c_str()); rc != kOk) return rc;
+    if (!update.guid.empty())
+      if (int rc = VelorFldAddGUID(space, shelf, update.guid.c_str()); rc != kOk) return rc;
+    const Tlider before = *update.record.leader;
     const int rc = Store(update);
+    if (rc != kOk) RestoreLeader(before, update.record.leader);
+    if (update.guid.empty()) return rc;
     RemoveGuidFields(space, shelf);
     return rc == kOk ? VelorSetGuid(space, shelf, update.guid.c_str()) : rc;
   });

@@ -19,8 +19,6 @@ using velor_01::TNew_Xrf;
 
 namespace {
 
-constexpr std::int64_t kStatusWordOffset = 28;  // within an image
-
 /// A stored record whose entry is to be changed.
 struct Target {
   int fragment = 0;
@@ -67,9 +65,10 @@ int ChangeStatusBit(TVelorSpace* space, int mfn, std::int32_t bit, bool on) {
     return kDamaged;
 
   const auto changed = [&](std::int32_t status) { return on ? status | bit : status & ~bit; };
-  const bool isLast = leader.status & velor_01::kStatusLastVersion;
-  if (isLast && changed(leader.status) != leader.status &&
-      !WriteWordAt(target.open.files.mstFile, offset + kStatusWordOffset, changed(leader.status)))
+  const bool belongs =
+      bit != velor_01::kStatusNotActualized || (leader.status & velor_01::kStatusLastVersion);
+  if (belongs && changed(leader.status) != leader.status &&
+      !WriteWordAt(target.open.files.mstFile, offset + velor_01::kStatusWordOffset, changed(leader.status)))
     return kNoRecordFiles;
   target.entry.flags = changed(target.entry.flags);
   return WriteTargetEntry(target) ? kOk : kNoRecordFiles;
@@ -139,7 +138,8 @@ int VelorRecUnLock0(TVelorSpace* space, int mfn) {
 }
 
 int VelorRecPhysDelTime(TVelorSpace* space, int mfn, int timeoutSeconds) {
-  return UnlessStopped(space, timeoutSeconds, [&] { return VelorRecPhysDel0(space, mfn, true); });
+  // A stop request is no reason to leave a record that is to go, such as one that only fills up to a number.
+  return UnderDatabaseMutex(space, timeoutSeconds, [&] { return VelorRecPhysDel0(space, mfn, true); });
 }
 
 int VelorRecUnactualTime(TVelorSpace* space, int mfn, int timeoutSeconds) {

@@ -80,8 +80,7 @@ class TMemIniFile {
   void LoadValues();
   void LoadValuesFromList(const velor_01::TStringList& list) { SetStrings(list); }
   /// Replaces the contents by lines: "[name]" opens a section, other lines belong to the open one. Lines that
-  /// begin with
-  /// ";", empty lines and lines before the first section are dropped.
+  /// begin with ";", empty lines and lines before the first section are dropped.
   void SetStrings(const velor_01::TStringList& list);
   /// Adds to `list` each section: its head, its lines, an empty line.
   void GetStrings(velor_01::TStringList* list) const;

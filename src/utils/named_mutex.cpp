@@ -87,6 +87,7 @@ bool NamedMutex::Create(const char* newName) {
 
   handle = OpenObject(objectName.c_str(), &created);
   if (handle < 0) return false;
+  if (created) (void)fchmod(handle, kObjectRights);  // past the mask of this process: others must open it too
   mutex = MapMutex(handle);
   if (mutex != nullptr && !created) AwaitInit(mutex);
   if (mutex == nullptr || !(created ? InitShared(mutex) : IsPlainMutex(mutex))) {

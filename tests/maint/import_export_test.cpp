@@ -14,6 +14,7 @@
 #include "storage/codes.h"
 #include "storage/database_lock.h"
 #include "storage/database_open.h"
+#include "storage/record_lock.h"
 #include "storage/record_read.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
@@ -219,6 +220,16 @@ TEST_F(ImportExportTest, AnotherRecordTerminatorMayEndTheRecords) {
   const std::string count = std::to_string(bytes.size() / one.size());
   const std::string said = Import(bytes, {.format = VelorImportContext::kIso});
   EXPECT_NE(said.find("inserted " + count + "\n"), std::string::npos) << said;
+}
+
+TEST_F(ImportExportTest, AHeaderIsNoRightToALockedRecord) {
+  Import(kThree);
+  const velor_32::SpacePointer space = Open();
+  ASSERT_EQ(velor_32::VelorRecLockTime(space.get(), 0, 2, 1), velor_32::kOk);
+  EXPECT_NE(Import("#0: 2#64\n#1: stolen\n*****\n", {.header = true}).find("Record update error: -602 1"),
+            std::string::npos);
+  ASSERT_EQ(velor_32::VelorRecord(space.get(), 0, 2), velor_32::kOk);
+  EXPECT_EQ(test::FieldsOf(space.get(), 0), (Fields{{1, "b"}}));
 }
 
 TEST_F(ImportExportTest, FreedNumbersAreReused) {

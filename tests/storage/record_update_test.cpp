@@ -11,6 +11,7 @@
 
 #include "storage/bulk_writer.h"
 #include "storage/codes.h"
+#include "storage/crash_repair.h"
 #include "storage/database_lock.h"
 #include "storage/database_mutex.h"
 #include "storage/process.h"
@@ -226,11 +227,19 @@ TEST_F(RecordUpdateTest, FragmentsTakeNewRecordsInTheLastFile) {
   }
   ASSERT_EQ(VelorRecord(space.get(), 0, 3), kOk);
   ASSERT_EQ(Update(space.get()), kOk);
-  ASSERT_EQ(VelorRecPhysDelTime(space.get(), 4, kTimeout), kOk);
+  app::StopProcess = 1;
+  EXPECT_EQ(Update(space.get()), kLocked) << "a stop request ends the changes of records";
+  const int deleted = VelorRecPhysDelTime(space.get(), 4, kTimeout);
+  app::StopProcess = 0;
+  ASSERT_EQ(deleted, kOk) << "but no record is left that was to go";
   EXPECT_EQ(VelorXrfGetFirstPhysDel(space.get()), 4);
   velor_01::TIntList pending;
   VelorNotActList(space.get(), &pending);
   EXPECT_EQ(pending.GetCount(), 6);
+  space->termPath = path_;
+  ASSERT_EQ(VelorDBEmptyTime(space.get(), kTimeout), kOk);
+  EXPECT_FALSE(std::filesystem::exists(path_ + ".mst1")) << "emptied with its fragments";
+  EXPECT_EQ(AddRecord(space.get(), {{200, "first"}}), 1);
 }
 
 TEST_F(RecordUpdateTest, TheMappingOfFragments) {
@@ -387,6 +396,60 @@ TEST_F(RecordUpdateTest, WritersAtTheSameTimeLoseNothing) {
         << "each writer's records in its order";
   }
   EXPECT_EQ(test::Verify(path_), "");
+}
+
+/// Puts files back to what they were in the middle of an update: all of it done but the entry, and the image
+/// cut.
+void UndoEnd(const std::string& path, const std::string& xrfBefore, std::size_t imageEnd, std::size_t cut) {
+  std::ofstream(path + ".xrf", std::ios::binary) << xrfBefore;
+  std::fstream mst(path + ".mst", std::ios::binary | std::ios::in | std::ios::out);
+  mst.seekp(static_cast<std::streamoff>(imageEnd - cut));
+  mst << std::string(cut, '\0');
+}
+
+TEST_F(RecordUpdateTest, TheUpdateOfADeadWriterIsTakenBack) {
+  for (const std::size_t cut : {0U, 10U, 560U, 580U}) {
+    for (const bool isNew : {false, true}) {
+      SCOPED_TRACE(std::to_string(cut) + (isNew ? " new" : " update"));
+      TestBase().Record({{1, "one"}}).Record({{1, "two"}}).WriteTo(path_);
+      const SpacePointer space = Open();
+      AddRecord(space.get(), {{1, "gone"}});
+      VelorRecPhysDelTime(space.get(), 3, kTimeout);
+      const std::string xrf = dir_.Read("db.xrf");
+      const Fields late = {{1, std::string(500, 'x')}, {2, "tail"}, {3, std::string(40, 'y')}};
+      if (!isNew) {
+        VelorRecord(space.get(), 0, 1);
+        test::SetFields(space.get(), 0, late);
+        ASSERT_EQ(Update(space.get()), kOk);
+      } else {
+        ASSERT_EQ(AddRecord(space.get(), late), 4);
+      }
+      velor_01::Tcntmst control;
+      ASSERT_TRUE(ReadControl(space->mst->mstFile, &control));
+      UndoEnd(path_, xrf, control.nxtLow, cut);
+      MendAfterDeadWriter(space.get());
+
+      EXPECT_EQ(test::Problems(test::Verify(path_)), "");
+      ASSERT_EQ(VelorRecord(space.get(), 0, 1), kOk);
+      EXPECT_EQ(test::FieldsOf(space.get(), 0), (Fields{{1, "one"}}));
+      EXPECT_EQ(Update(space.get()), kOk);
+      ASSERT_EQ(VelorRecord(space.get(), 0, 2), kOk);
+      EXPECT_EQ(AddRecord(space.get(), {{1, "next"}}), isNew ? 5 : 4);
+      EXPECT_EQ(test::Problems(test::Verify(path_)), "");
+    }
+  }
+}
+
+TEST_F(RecordUpdateTest, MendingLeavesASoundDatabaseAlone) {
+  TestBase()
+      .Record({{1, "one"}})
+      .Record({{1, "two"}})
+      .Version(1, {{1, "three"}}, 2)
+      .PhysicallyDeleted()
+      .WriteTo(path_);
+  const std::string before = dir_.Read("db.mst") + dir_.Read("db.xrf");
+  MendAfterDeadWriter(Open().get());
+  EXPECT_EQ(dir_.Read("db.mst") + dir_.Read("db.xrf"), before);
 }
 
 TEST_F(RecordUpdateTest, AKilledWriterLeavesADatabaseThatGoesOn) {
