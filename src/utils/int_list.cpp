@@ -66,7 +66,8 @@ bool TIntList::LoadFromFile(const char* path) noexcept {
   std::int64_t size = 0;
   char* text = backup::OpenTerm_x(path, &size);
   if (text == nullptr) return false;
-  const bool parsed = Parse(text, size);
+  const int mark = utils::TextUtil::CheckUTF8Bom(text, static_cast<std::size_t>(size));
+  const bool parsed = Parse(text + mark, size - mark);
   backup::CloseTerm_x(text);
   return parsed;
 }

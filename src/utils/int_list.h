@@ -37,7 +37,8 @@ class TIntList : public PlainList<std::int32_t> {
   /// stand.
   bool Parse(const char* text, std::int64_t length) noexcept;
 
-  /// Parse of a whole file. A file that cannot be read gives an empty list and false.
+  /// Parse of a whole file, a UTF-8 byte-order mark being skipped. A file that cannot be read gives an empty
+  /// list and false.
   bool LoadFromFile(const char* path) noexcept;
   bool LoadFromFile(const std::string& path) noexcept { return LoadFromFile(path.c_str()); }
 };

@@ -97,6 +97,11 @@ TEST(TIntList, LoadFromFile) {
   TIntList list;
   EXPECT_TRUE(list.LoadFromFile(dir.Write("mfn.txt", "10\r\n20\r\n")));
   EXPECT_EQ(ContentsOf(list), (std::vector<int>{10, 20}));
+  EXPECT_TRUE(list.LoadFromFile(dir.Write("marked.txt",
+                                          "\xEF\xBB\xBF"
+                                          "7\n")));
+  ASSERT_EQ(list.GetCount(), 1) << "a byte-order mark does not cost the first number";
+  EXPECT_EQ(list.Get(0), 7);
   EXPECT_FALSE(list.LoadFromFile(dir.File("missing.txt")));
   EXPECT_EQ(list.GetCount(), 0);
 }
