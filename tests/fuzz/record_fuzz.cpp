@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
 #include <string>
 
 #include "storage/fields.h"
@@ -37,11 +36,11 @@ void ReadAll(velor_32::TVelorSpace* space) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const test::ContextPointer context = test::MakeContext();
   static const test::FuzzFile mst(".mst");
+  static const test::FuzzFile xrf(".xrf");
   static const std::string path = mst.path().substr(0, mst.path().size() - 4);
   if (size < kXrfSize) return 0;
   mst.Set(data, size - kXrfSize);
-  std::ofstream(path + ".xrf", std::ios::binary)
-      .write(reinterpret_cast<const char*>(data + size - kXrfSize), static_cast<std::streamsize>(kXrfSize));
+  xrf.Set(data + size - kXrfSize, kXrfSize);
   app::SetAppPrefix("vfuzz");
   const velor_32::SpacePointer space(velor_32::Velorinit(context.get()));
   if (velor_32::Velorinitmst(space.get(), path.c_str(), 2) == 0) ReadAll(space.get());
