@@ -344,13 +344,14 @@ int Import::Store() {
 }
 
 void Import::Count(int result, bool isNew) {
-  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), kRecordSlot));
-  const std::string error = "Record update error: " + std::to_string(result);
-  ++counts_[result != kOk ? error : isNew ? "inserted" : "updated"];
+  std::string status = isNew ? "inserted" : "updated";
+  if (result != kOk) status = "Record update error: " + std::to_string(result);
+  ++counts_[status];
   if (result == kOk) ++imported_;
   if (!protocol_.isOpen()) return;
-  Note(result != kOk ? error + " NUMBER " + std::to_string(recordNumber_)
-                     : std::string("Record ") + (isNew ? "inserted" : "updated") + ": MFN " + mfn);
+  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), kRecordSlot));
+  Note(result == kOk ? "Record " + status + ": MFN " + mfn
+                     : status + " NUMBER " + std::to_string(recordNumber_));
   if (source_->lostFields > 0)
     Note("Record fields lost: MFN " + mfn + " COUNT " + std::to_string(source_->lostFields));
 }

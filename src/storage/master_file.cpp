@@ -242,6 +242,10 @@ int VelorUnlazyMst(TVelorSpace* space) {
   });
 }
 
+int WakeRecordFiles(TVelorSpace* space) {
+  return space->lazyMst ? VelorUnlazyMst(space) : kOk;
+}
+
 int VelorUnlazyTerm(TVelorSpace* space) {
   if (!space) return kNoSpace;
   return AtEdge([&] {

@@ -41,6 +41,9 @@ int VelorUnlazyMst(TVelorSpace* space);
 int VelorUnlazyTerm(TVelorSpace* space);
 int VelorUnlazy(TVelorSpace* space);
 
+/// Wakes the record files of an open space before they are read. Result 0 or -400.
+int WakeRecordFiles(TVelorSpace* space);
+
 /// One of the pairs of files of a database: 0 the base files, k fragment k.
 struct FilePair {
   int mstFile = -1;

@@ -214,18 +214,9 @@ int Deliver(TVelorSpace* space, int shelf, int readResult) {
   return readResult;
 }
 
-bool IsRemote(const TVelorSpace* space) {
-  return space->app && space->app->isClient;
-}
-
 int ReadRemote(TVelorSpace* space, int shelf, int mfn, int stepsBack) {
   const StorageHooks* hooks = space->app->hooks;
   return hooks && hooks->readRecord ? hooks->readRecord(space, shelf, mfn, stepsBack) : kNoRecordFiles;
-}
-
-/// Reading wakes a space that gave up its handles.
-int Wake(TVelorSpace* space) {
-  return space->lazyMst ? VelorUnlazyMst(space) : kOk;
 }
 
 }  // namespace
@@ -270,7 +261,7 @@ int ReadXrfEntry(const TVelorSpace* space, int mfn, TNew_Xrf* entry) {
 
 int VelorRead(TVelorSpace* space, int mfn, bool skipCheck) {
   if (!IsOpen(space)) return kNoSpace;
-  if (int rc = Wake(space); rc != kOk) return rc;
+  if (int rc = WakeRecordFiles(space); rc != kOk) return rc;
   Place place;
   if (int rc = Locate(space, mfn, skipCheck, &place); rc != kOk) return rc;
   if (space->xrfFlags & velor_01::kStatusPhysicallyDeleted) return kPhysicallyDeleted;
@@ -289,7 +280,7 @@ int VelorRead(TVelorSpace* space, int mfn, bool skipCheck) {
 
 int VelorReadBack(TVelorSpace* space, int mfn, int stepsBack, bool skipCheck) {
   if (!IsOpen(space)) return kNoSpace;
-  if (int rc = Wake(space); rc != kOk) return rc;
+  if (int rc = WakeRecordFiles(space); rc != kOk) return rc;
   Place place;
   if (int rc = Locate(space, mfn, skipCheck, &place); rc != kOk) return rc;
   if (space->xrfFlags & velor_01::kStatusPhysicallyDeleted) return kPhysicallyDeleted;
@@ -323,7 +314,7 @@ int VelorRecordBack(TVelorSpace* space, int shelf, int mfn, int stepsBack, bool 
 int VelorReadVersion(TVelorSpace* space, int mfn) {
   if (!IsOpen(space)) return kNoSpace;
   Place place;
-  if (Wake(space) != kOk || Locate(space, mfn, false, &place) != kOk) return kMfnRange;
+  if (WakeRecordFiles(space) != kOk || Locate(space, mfn, false, &place) != kOk) return kMfnRange;
   if (space->xrfFlags & velor_01::kStatusPhysicallyDeleted) return 0;
   Tlider leader;
   return ReadLeaderAt(place.files.mstFile, place.offset, &leader) ? leader.version : kMfnRange;
@@ -337,7 +328,7 @@ int VelorReadGuid(TVelorSpace* space, int mfn, char guid[velor_01::kGuidLength +
 int ReadStoredGuid(TVelorSpace* space, int mfn, char guid[velor_01::kGuidLength + 1]) {
   if (!IsOpen(space)) return kNoSpace;
   Place place;
-  if (Wake(space) != kOk || Locate(space, mfn, false, &place) != kOk) return kMfnRange;
+  if (WakeRecordFiles(space) != kOk || Locate(space, mfn, false, &place) != kOk) return kMfnRange;
   if (space->xrfFlags & velor_01::kStatusPhysicallyDeleted) return kOk;
   Tlider leader;
   if (!ReadLeaderAt(place.files.mstFile, place.offset, &leader)) return kMfnRange;
@@ -359,7 +350,7 @@ int Velormaxmfn(TVelorSpace* space) {
     const StorageHooks* hooks = space->app->hooks;
     return hooks && hooks->maxMfn ? hooks->maxMfn(space) : kNoRecordFiles;
   }
-  if (int rc = Wake(space); rc != kOk) return rc;
+  if (int rc = WakeRecordFiles(space); rc != kOk) return rc;
   const velor_01::Tcntmst& base = space->mst->control;
   if (base.fragmentCount > 0 && base.fragmentCount < 2) return 0;
   const int last = LastFragment(space);

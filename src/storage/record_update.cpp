@@ -34,11 +34,11 @@ constexpr std::int32_t kStoredStatus = velor_01::kStatusLastVersion | velor_01::
 /// One update on its way.
 struct Update {
   TVelorSpace* space;
-  int shelf;
   TRecordShelf& record;
   bool keepLock;
 
   std::string guid = {};  // to be stored with the record; empty where none is kept
+  bool isInFile = false;  // the record has a number of the database; one out of range is left to TakeNumber
   int maxMfn = 0;         // one above the highest number in use
   bool isNew = false;     // takes the next free number
   int fragment = 0;
@@ -49,16 +49,17 @@ struct Update {
   UpdateFiles open = {};
 };
 
-/// Refuses a record that somebody changed since it was read. A number out of range is left to TakeNumber.
-int CheckUnchangedSinceRead(TVelorSpace* space, const Tlider& leader) {
-  if (leader.mfn < 1 || leader.mfn >= Velormaxmfn(space)) return kOk;
-  return VelorReadVersion(space, leader.mfn) == leader.version ? kOk : kVersionMismatch;
+/// Refuses a record that somebody changed since it was read.
+int CheckUnchangedSinceRead(const Update& update) {
+  const Tlider& leader = *update.record.leader;
+  if (!update.isInFile) return kOk;
+  return VelorReadVersion(update.space, leader.mfn) == leader.version ? kOk : kVersionMismatch;
 }
 
 /// A number out of range may have an entry all the same: the padding of the file.
-bool HasImage(TVelorSpace* space, int mfn) {
+bool HasImage(const Update& update) {
   TNew_Xrf entry;
-  return mfn > 0 && mfn < Velormaxmfn(space) && ReadXrfEntry(space, mfn, &entry) == kOk &&
+  return update.isInFile && ReadXrfEntry(update.space, update.record.leader->mfn, &entry) == kOk &&
          !(entry.flags & velor_01::kStatusPhysicallyDeleted);
 }
 
@@ -67,10 +68,9 @@ bool HasImage(TVelorSpace* space, int mfn) {
 int ChooseGuid(Update& update) {
   TVelorSpace* space = update.space;
   if (!KeepsGuids(space)) return kOk;
-  const int mfn = update.record.leader->mfn;
   char stored[velor_01::kGuidLength + 1] = {};
-  if (HasImage(space, mfn)) {
-    ReadStoredGuid(space, mfn, stored);
+  if (HasImage(update)) {
+    ReadStoredGuid(space, update.record.leader->mfn, stored);
     if (!VelorIsGuid(stored) && space->isFullText) return kBadGuid;
   }
   if (VelorIsGuid(stored)) {
@@ -83,10 +83,8 @@ int ChooseGuid(Update& update) {
 
 /// A shelf that holds the lock itself goes on.
 int CheckRecordLock(const Update& update) {
-  const int mfn = update.record.leader->mfn;
-  if (mfn < 1 || (update.record.xrfStatus & velor_01::kStatusLocked)) return kOk;
-  if (mfn >= Velormaxmfn(update.space)) return kOk;  // out of range: TakeNumber says so
-  return VelorIsRealyLocked(update.space, mfn);
+  if (!update.isInFile || (update.record.xrfStatus & velor_01::kStatusLocked)) return kOk;
+  return VelorIsRealyLocked(update.space, update.record.leader->mfn);
 }
 
 /// Looks at the lock of the database and at the highest number, with one read where one file has both.
@@ -242,8 +240,10 @@ int Store(Update& update) {
 int VelorRecUpdate0(TVelorSpace* space, int shelf, bool keepLock, bool checkDbLock) {
   if (int rc = CheckShelf(space, shelf); rc != kOk) return rc;
   return AtEdge([&] {
-    Update update{.space = space, .shelf = shelf, .record = *FindShelf(space, shelf), .keepLock = keepLock};
-    if (int rc = CheckUnchangedSinceRead(space, *update.record.leader); rc != kOk) return rc;
+    Update update{.space = space, .record = *FindShelf(space, shelf), .keepLock = keepLock};
+    const int mfn = update.record.leader->mfn;
+    update.isInFile = mfn >= 1 && mfn < Velormaxmfn(space);
+    if (int rc = CheckUnchangedSinceRead(update); rc != kOk) return rc;
     if (int rc = ChooseGuid(update); rc != kOk) return rc;
     if (int rc = CheckRecordLock(update); rc != kOk) return rc;
     if (int rc = CheckDatabase(update, checkDbLock); rc != kOk) return rc;

@@ -21,10 +21,6 @@ namespace {
 
 constexpr const char* kNoGuid = "{00000000-0000-0000-0000-000000000000}";
 
-bool IsRemote(const TVelorSpace* space) {
-  return space && space->app && space->app->isClient;
-}
-
 /// The call to the server behind one hook; -400 when nothing stands behind it.
 template <class Hook, class... Arguments>
 int AskServer(const TVelorSpace* space, Hook StorageHooks::*hook, Arguments... arguments) {

@@ -88,6 +88,10 @@ void Velorclose(TVelorSpace* space) {
   delete space;
 }
 
+bool IsRemote(const TVelorSpace* space) {
+  return space && space->app && space->app->isClient;
+}
+
 bool KeepsGuids(const TVelorSpace* space) {
   return space && (space->isFullText || (space->app && space->app->guidOption == 1));
 }

@@ -141,6 +141,9 @@ using SpacePointer = std::unique_ptr<TVelorSpace, SpaceCloser>;
   return space != nullptr && space->mst != nullptr;
 }
 
+/// True when the records are those of a server (client mode).
+[[nodiscard]] bool IsRemote(const TVelorSpace* space);
+
 /// True when the space keeps a GUID for each record: a full-text database, or GUIDs switched on in the
 /// context.
 [[nodiscard]] bool KeepsGuids(const TVelorSpace* space);

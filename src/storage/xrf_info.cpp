@@ -58,10 +58,10 @@ void VisitEntries(TVelorSpace* space, int fromMfn, Visit&& visit) {
   }
 }
 
-int Wake(TVelorSpace* space) {
+/// Result 0, -100 or -400.
+int CheckReadable(TVelorSpace* space) {
   if (!IsOpen(space)) return kNoSpace;
-  if (space->lazyMst)
-    if (int rc = VelorUnlazyMst(space); rc != kOk) return rc;
+  if (int rc = WakeRecordFiles(space); rc != kOk) return rc;
   return space->mst->mstFile < 0 ? kNoRecordFiles : kOk;
 }
 
@@ -72,7 +72,7 @@ int VelorNotActList(TVelorSpace* space, velor_01::TIntList* list) {
 }
 
 int XrfFindPhysDel(TVelorSpace* space, int fromMfn) {
-  if (Wake(space) != kOk) return 0;
+  if (CheckReadable(space) != kOk) return 0;
   int found = 0;
   VisitEntries(space, fromMfn, [&](int mfn, std::int32_t flags) {
     if (flags & velor_01::kStatusPhysicallyDeleted) found = mfn;
@@ -105,7 +105,7 @@ int isisxrfinfo(velor_01::TVelorSpace* space, const XrfLists& lists) {
     if (state.list) state.list->Clear();
 
   return velor_32::AtEdge([&] {
-    if (int rc = velor_32::Wake(space); rc != velor_32::kOk) return rc;
+    if (int rc = velor_32::CheckReadable(space); rc != velor_32::kOk) return rc;
     velor_32::VisitEntries(space, 1, [&](int mfn, std::int32_t flags) {
       if (flags & kStatusPhysicallyDeleted) {
         if (lists.physicallyDeleted) lists.physicallyDeleted->Add(mfn);

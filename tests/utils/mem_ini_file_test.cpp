@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/list_contents.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -14,14 +15,9 @@ namespace {
 using IniFiles::THashedStringList;
 using IniFiles::TMemIniFile;
 using IniFiles::TStringHash;
+using test::ContentsOf;
+using test::Texts;
 using velor_01::TStringList;
-using Texts = std::vector<std::string>;
-
-Texts ContentsOf(const TStringList& list) {
-  Texts texts;
-  for (const auto& item : list.Items()) texts.emplace_back(item.text);
-  return texts;
-}
 
 void Load(TMemIniFile& ini, const char* text) {
   TStringList list;

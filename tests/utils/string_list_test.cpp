@@ -10,21 +10,17 @@
 #include <string>
 #include <vector>
 
+#include "support/list_contents.h"
 #include "support/temp_dir.h"
 #include "utils/posting_list.h"
 
 namespace {
 
+using test::ContentsOf;
+using test::Texts;
 using velor_01::TIfpPostingList;
 using velor_01::TSortType;
 using velor_01::TStringList;
-using Texts = std::vector<std::string>;
-
-Texts ContentsOf(const TStringList& list) {
-  Texts texts;
-  for (const auto& item : list.Items()) texts.emplace_back(item.text);
-  return texts;
-}
 
 void Fill(TStringList& list, const Texts& texts) {
   for (const auto& text : texts) list.Add(text);
