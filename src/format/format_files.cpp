@@ -10,6 +10,7 @@
 #include "storage/app_paths.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
+#include "utils/code_page.h"
 #include "utils/path_util.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
@@ -138,6 +139,12 @@ std::time_t ReadFileDate(const app::VelorAppContext* ctx, VelorPath kind, const 
 std::string TextOfFile(std::string_view bytes) {
   bytes.remove_prefix(static_cast<std::size_t>(utils::TextUtil::CheckUTF8Bom(bytes)));
   return utils::TextUtil::ReadAllTextUtf8(bytes);
+}
+
+std::string TextOfFormat(const app::VelorAppContext* ctx, std::string_view bytes) {
+  if (bytes.starts_with('!')) return std::string(bytes.substr(1));
+  if (ctx != nullptr && ctx->allUtf8 && utils::TextUtil::CheckUTF8(bytes)) return std::string(bytes);
+  return backup::AnsiToUtf8(bytes);
 }
 
 std::string TableDirectory(const app::VelorAppContext* ctx, const std::string& database) {

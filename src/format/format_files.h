@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <string>
+#include <string_view>
 
 #include "format/pft_context.h"
 #include "storage/app_context.h"
@@ -34,6 +35,10 @@ namespace xpft {
 
 /// The text of a file as UTF-8: without byte-order mark, converted from cp1251 unless it is UTF-8 already.
 [[nodiscard]] std::string TextOfFile(std::string_view bytes);
+
+/// The text of a format as UTF-8. A first byte "!" is dropped and says that the rest is UTF-8; any other text
+/// is cp1251, or UTF-8 where the application keeps all texts so.
+[[nodiscard]] std::string TextOfFormat(const app::VelorAppContext* ctx, std::string_view bytes);
 
 /// Directory with the field selection tables of a database; "" when it has no parameter file.
 [[nodiscard]] std::string TableDirectory(const app::VelorAppContext* ctx, const std::string& database);

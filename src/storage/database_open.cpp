@@ -73,8 +73,8 @@ namespace velor_32 {
 
 void VelorInitUACTAB(TVelorSpace* space, const unsigned char* alphabet, const unsigned char* upcase) {
   if (!space) return;
-  if (alphabet) std::memcpy(space->alphabet, alphabet, sizeof space->alphabet);
-  if (upcase) std::memcpy(space->upcase, upcase, sizeof space->upcase);
+  if (alphabet) std::memcpy(space->actab, alphabet, sizeof space->actab);
+  if (upcase) std::memcpy(space->uctab, upcase, sizeof space->uctab);
 }
 
 }  // namespace velor_32

@@ -20,6 +20,8 @@ namespace velor_01 {
 TVelorSpace::TVelorSpace() = default;
 
 TVelorSpace::~TVelorSpace() {
+  if (fstDependLines)
+    for (void* lines : fstDependLines->Items()) delete static_cast<TIntList*>(lines);
   std::free(readBuf);
   std::free(fieldBuf);
   std::free(subfieldBuf);
@@ -47,11 +49,14 @@ bool AllocateParts(TVelorSpace* space) {
   space->termNames = std::make_unique<velor_01::TStringList>();
   space->termPrefixes = std::make_unique<velor_01::TStringList>();
   space->termIds = std::make_unique<velor_01::TIntList>();
+  space->stopWords = std::make_unique<velor_01::TStringList>();
   if (space->app && space->app->ignoreIfs) return true;
   space->fstLines = std::make_unique<velor_01::TStringList>();
-  space->fstTags = std::make_unique<velor_01::TIntList>();
-  space->fstModes = std::make_unique<velor_01::TIntList>();
-  space->fstForms = std::make_unique<velor_01::TList>();
+  space->fstMethods = std::make_unique<velor_01::TIntList>();
+  space->fstAllLines = std::make_unique<velor_01::TStringList>();
+  space->fstAllMethods = std::make_unique<velor_01::TIntList>();
+  space->fstDependTags = std::make_unique<velor_01::TIntList>();
+  space->fstDependLines = std::make_unique<velor_01::TList>();
   return true;
 }
 
@@ -83,6 +88,8 @@ void Velorclose(TVelorSpace* space) {
   if (!space) return;
   if (space->app && space->app->hooks && space->app->hooks->freeInvContext)
     space->app->hooks->freeInvContext(space);
+  space->xpftFst.reset();
+  space->formatState.reset();
   Velorclosemst(space);
   Velorcloseterm(space);
   delete space;

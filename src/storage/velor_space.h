@@ -18,6 +18,10 @@ struct VelorAppContext;
 namespace velor_32 {
 class BulkWriter;
 }
+namespace xpft {
+class XpftFst;
+struct FormatState;
+}  // namespace xpft
 
 namespace velor_01 {
 
@@ -71,15 +75,25 @@ struct TVelorSpace {
   std::unique_ptr<TStringList> termPrefixes;
   std::unique_ptr<TIntList> termIds;
 
-  std::unique_ptr<TStringList> invContext;
-  unsigned char alphabet[256] = {};
-  unsigned char upcase[256] = {};
-  bool dirty = false;
-  std::unique_ptr<TStringList>
-      fstLines;  // these four are null when the context ignores field selection tables
-  std::unique_ptr<TIntList> fstTags;
-  std::unique_ptr<TIntList> fstModes;
-  std::unique_ptr<TList> fstForms;
+  // The field selection table, see index/inv_context.h. The six lists are null when the context ignores such
+  // tables; fstLines and fstMethods, and fstDependTags and fstDependLines, have the same indexes.
+  std::unique_ptr<TStringList> fstLines;     // formats; the number of an item is its search tag
+  std::unique_ptr<TIntList> fstMethods;      // indexing method of each line
+  std::unique_ptr<TStringList> fstAllLines;  // the whole table, to restore fstLines from after a narrowing
+  std::unique_ptr<TIntList> fstAllMethods;
+  std::unique_ptr<TIntList> fstDependTags;  // fields that lines depend on, in order of first appearance
+  std::unique_ptr<TList> fstDependLines;    // for each of them the line indexes: TIntList, owned
+  std::unique_ptr<TStringList> stopWords;   // UTF-8, sorted
+  unsigned char uctab[256] = {};            // upper-case table and alphabet of the application
+  unsigned char actab[256] = {};
+  bool deflex = false;  // word methods stem their words
+  std::string fstName;  // under which table and stop words were loaded
+  std::string stwName;
+  std::shared_ptr<xpft::XpftFst> xpftFst;  // the compiled table, made on first use
+
+  // What the format language keeps for the space: its context and the last output, see format/format_run.h.
+  // It looks into the shelves, so Velorclose destroys it, and the compiled table, before them.
+  std::shared_ptr<xpft::FormatState> formatState;
 
   std::string path;      // of the record files, without extension
   std::string termPath;  // of the term files, without extension; kept over a lazy close
