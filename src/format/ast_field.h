@@ -12,7 +12,20 @@
 /// Fields and what narrows them: occurrences, subfields, fragments.
 namespace xpft::ast {
 
-/// [from], [from..to]. `hasTo` false: "to" is the same as "from".
+/// The bounds of a range for one run: numbers from 1, or LAST.
+struct FieldBounds {
+  bool isGiven = false;
+  bool fromLast = false;
+  bool toLast = false;
+  int from = 0;
+  int to = 0;
+
+  /// First and last index, from 0, in a list of `count`; the first may lie behind the list.
+  [[nodiscard]] int First(int count) const { return fromLast ? count - 1 : from - 1; }
+  [[nodiscard]] int Last(int count) const { return toLast ? count - 1 : to - 1; }
+};
+
+/// [from], [from..to]. Without "..", "to" is the same as "from".
 class FieldRepeat : public PftExpr {
  public:
   /// `from` null with fromLast false: the empty brackets, which mean "append" in an assignment.
@@ -20,12 +33,7 @@ class FieldRepeat : public PftExpr {
   FieldRepeat(Owned<INumeric> from, bool fromLast, Owned<INumeric> to, bool toLast)
       : from_(std::move(from)), fromLast_(fromLast), hasTo_(true), to_(std::move(to)), toLast_(toLast) {}
 
-  /// The bounds as numbers from 1; a bound that is LAST gives `count`.
-  [[nodiscard]] int GetFrom(IPftContext* ctx, int count) const;
-  [[nodiscard]] int GetTo(IPftContext* ctx, int count) const;
-  [[nodiscard]] bool HasTo() const { return hasTo_; }
-  [[nodiscard]] bool IsFromLast() const { return fromLast_; }
-  [[nodiscard]] bool IsToLast() const { return hasTo_ ? toLast_ : fromLast_; }
+  [[nodiscard]] FieldBounds Evaluate(IPftContext* ctx) const;
   [[nodiscard]] bool IsAppend() const { return !from_ && !fromLast_; }
 
   [[nodiscard]] NodeType GetType() const override { return NodeType::kFieldRepeat; }

@@ -28,6 +28,18 @@ class FieldSelectValue {
     view_ = text;
     isOwned_ = false;
   }
+  /// Cuts the text down to a part of it.
+  void Narrow(std::string_view part) {
+    if (!isOwned_) {
+      view_ = part;
+    } else if (part.empty()) {
+      owned_.clear();
+    } else {
+      const std::size_t begin = static_cast<std::size_t>(part.data() - owned_.data());
+      owned_.resize(begin + part.size());
+      owned_.erase(0, begin);
+    }
+  }
   /// Makes the text the value's own, so that it can be changed.
   std::string& Own() {
     if (!isOwned_) owned_.assign(view_);

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/shelf.h"
 #include "storage/velor_space.h"
 
 namespace xpft {
@@ -38,17 +39,29 @@ class Record {
   void Load(const velor_01::TVelorSpace* space, int shelf, bool lazy);
   /// Null when the record has no such field.
   [[nodiscard]] RecordField* GetField(int tag);
+  /// False before the first Load and after Clear.
+  [[nodiscard]] bool isLoaded() const { return isLoaded_; }
   void Clear();
-  void Clear(int tag);
 
  private:
   RecordField& Open(int tag);
 
   std::vector<RecordField> fields_;  // the first count_ are in use
   std::size_t count_ = 0;
+  bool isLoaded_ = false;
   // Open addressing over the tags: place + 1 in fields_, 0 for a free slot. A power of two, at most half
   // full.
   std::vector<std::uint32_t> slots_;
 };
+
+/// Calls visit(tag, text) for each field of a shelf in its order.
+template <class Visit>
+void ForEachField(const velor_01::TVelorSpace* space, int shelf, Visit&& visit) {
+  const velor_01::TRecordShelf* record = velor_32::FindShelf(space, shelf);
+  if (record == nullptr) return;
+  const velor_01::TDirEntry* entry = record->directory();
+  for (const velor_01::TDirEntry* end = entry + record->leader->nvf; entry != end; ++entry)
+    visit(entry->tag, std::string_view(record->data + entry->pos, static_cast<std::size_t>(entry->len)));
+}
 
 }  // namespace xpft

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "format/ast_field.h"
 #include "format/pft_context.h"
 #include "format/record_cache.h"
 #include "storage/velor_space.h"
@@ -221,7 +222,7 @@ class Velor64Context final : public IPftContext {
   };
   struct OutputState {
     std::string* buffer;
-    std::unique_ptr<std::string> owned;  // of PushState without a target
+    std::unique_ptr<std::string> owned;  // what the output of PushState without a target goes to
     int line;
     int column;
     velor_01::TVelorSpace* space;
@@ -229,37 +230,58 @@ class Velor64Context final : public IPftContext {
     int altShelf;
   };
 
+  /// What a selection asks for, evaluated: an expression in it may read the record itself.
+  struct Selection {
+    Selection(IPftContext* ctx, const ast::FieldRepeat* repeat, const ast::SubfieldCmd* subfield,
+              const ast::FieldFragment* fragment);
+    ast::FieldBounds occurrences;
+    bool hasSubfield = false;
+    char code = 0;
+    ast::FieldBounds subfields;
+    const ast::FieldFragment* fragment = nullptr;
+    int offset = 0;  // of the fragment, which moves from value to value
+  };
+
   void AppendBuffer(std::string_view text);
   void AppendFill(int count, char c);
+  void ReserveBuffer(std::size_t size);
   void MakeMargin();
-  void SetSpace(velor_01::TVelorSpace* space);
   [[nodiscard]] bool KeepsFields() const;
   const Occurrences& OccurrencesOf(int tag, bool includeEmpty);
-  [[nodiscard]] Record& Globals();
-  void FillValue(std::string_view text, const ast::SubfieldCmd* subfield, const ast::FieldFragment* fragment,
-                 int occurrence, FieldSelectValue& value);
-  void SetMany(velor_01::TVelorSpace* space, int shelf, const Occurrences& occurrences,
-               const ast::FieldAssignSpec& target);
-  [[nodiscard]] int CountValues(const Occurrences& occurrences, int tag, const ast::FieldRepeat* repeat,
-                                const ast::SubfieldCmd* subfield, const ast::FieldFragment* fragment,
-                                bool includeEmpty);
-  void WholeRecord(velor_01::TVelorSpace* space, int shelf, FieldSelectValues& list);
+  const Occurrences& GlobalOccurrencesOf(int tag, bool includeEmpty);
+  void SelectValues(const Occurrences& occurrences, int tag, Selection& selection, FieldSelectValues& list);
+  void SelectInGroup(const Occurrences& occurrences, Selection& selection, FieldSelectValues& list);
+  void AddValue(std::string_view text, int occurrence, Selection& selection, FieldSelectValues& list);
+  void FillValue(std::string_view text, const Selection& selection, FieldSelectValue& value);
+  static void JoinSubfields(std::string_view text, const Selection& selection, FieldSelectValue& value);
+  static void CutFragment(Selection& selection, FieldSelectValue& value);
+  void WholeRecord(const velor_01::TVelorSpace* space, int shelf, FieldSelectValues& list);
   bool TakeAltShelf();
+  void UseSpace(velor_01::TVelorSpace* space, int currShelf, int altShelf);
 
   app::VelorAppContext* app_ = nullptr;
   velor_01::TVelorSpace* space_ = nullptr;
   velor_32::SpacePointer ownSpace_;
-  std::vector<velor_32::SpacePointer> altSpaces_;  // opened by OpenAltDb, the last one in use
+  struct AltSpace {
+    std::string name;
+    velor_32::SpacePointer space;
+    velor_01::TVelorSpace* former;  // the one that it stands in for
+    int formerShelf;
+    int formerAltShelf;
+  };
+  std::vector<AltSpace> altSpaces_;   // opened by OpenAltDb and in use, the last one now
+  std::vector<AltSpace> idleSpaces_;  // used before, kept open for the next call
   int currShelf_ = 0;
   int altShelf_ = 1;
+  std::vector<int> formerShelves_;  // current shelves under those of LoadAltRecord and NewAltRecord
   int baseShelfCount_ = 0;
 
   Record record_;
-  bool recordIsLoaded_ = false;
   bool cacheIsDisabled_ = false;
   Occurrences scratchOccurrences_;
 
   std::string ownBuffer_;
+  std::string detached_;  // takes what is printed between ResetBuffer and PopState
   std::string* buffer_ = &ownBuffer_;
   std::string upper_;  // scratch of Print
   bool keepColumn_ = false;
@@ -288,26 +310,5 @@ class Velor64Context final : public IPftContext {
   const std::vector<std::string>* args_ = nullptr;
   const char* stackBase_ = nullptr;  // where the stack stood when the run began
 };
-
-/// The value of a subfield: the first whose code is `code` in either case. "*" is the part before the first
-/// "^", or the first subfield where the text begins with one; a blank is the whole text.
-/// Result: whether the subfield is there; `value` points into `text`.
-bool GetFirstSubElement(std::string_view text, char code, std::string_view& value);
-/// The same for the n-th one, from 0; "*" has only one.
-bool GetSubElement(std::string_view text, char code, int index, std::string_view& value);
-/// The n-th subfield of that code, from 0.
-bool GetSubField(std::string_view text, char code, int index, std::string_view& value);
-/// Subfields of that code.
-[[nodiscard]] int CountSubfields(std::string_view text, char code);
-
-/// The fragment of a text, in characters; replaces `result`, which must not hold `text`.
-void GetStringFragment(std::string_view text, const ast::FieldFragment& fragment, std::string& result);
-
-/// ". ." and the like: takes away the points and line ends that the joining of elements leaves. Works behind
-/// the last marker "&&&&&". CleanupDoubleDots only makes ".." one point; "..." stays.
-void CleanupText(std::string& text);
-void CleanupDoubleDots(std::string& text);
-/// Removes the control words of rich text.
-void StripRichTextFormat(std::string& text);
 
 }  // namespace xpft
