@@ -186,7 +186,7 @@ Field::Field(Owned<ISelect> select, Owned<FieldRepeat> repeat, Owned<SubfieldCmd
                            select_->GetType() == NodeType::kDummyNotSelect)) {}
 
 bool Field::IsPlain() const {
-  return select_ && !isDummy_ && !indent_ && !prefix_ && !suffix_;
+  return select_ && !isDummy_ && !repeat_ && !subfield_ && !fragment_ && !indent_ && !prefix_ && !suffix_;
 }
 
 bool Field::Exists(IPftContext* ctx, bool includeEmpty) const {

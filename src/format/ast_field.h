@@ -191,7 +191,8 @@ class Field : public IStringCommand {
   [[nodiscard]] const FieldRepeat* GetRepeat() const { return repeat_.get(); }
   [[nodiscard]] const SubfieldCmd* GetSubfield() const { return subfield_.get(); }
   [[nodiscard]] const FieldFragment* GetFragment() const { return fragment_.get(); }
-  /// True for a bare record field or global variable: no dummy, and nothing around the selection.
+  /// True for all of a record field or global variable: no dummy, nothing that narrows it, nothing around
+  /// it.
   [[nodiscard]] bool IsPlain() const;
   /// Whether any selected value is there.
   [[nodiscard]] bool Exists(IPftContext* ctx, bool includeEmpty) const;
