@@ -64,7 +64,7 @@ void PftExpr::LogError(IPftContext* ctx, const std::string& source, const std::s
   std::string text = source.empty() ? "" : source + ": ";
   text += ctx->GetDbName() + ":" + std::to_string(ctx->GetMfn()) + " " + message;
   if (line > 0) text += " at line " + std::to_string(line) + ", column " + std::to_string(column);
-  ctx->SetErrorCode(code);
+  if (code != 0) ctx->SetErrorCode(code);
   ctx->SetErrorText(ctx->GetErrorText().empty() ? text : ctx->GetErrorText() + "\r\n" + text);
   if (!ctx->GetNoErrorLog()) utils::LogUtil::XpftErrorLog(text);
 }

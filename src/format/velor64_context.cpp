@@ -170,6 +170,7 @@ const char* Velor64Context::GetBuffer(int& length) const {
 void Velor64Context::Clear(bool clearCache) {
   const char here = 0;
   stackBase_ = &here;
+  while (!stateStack_.empty()) PopState();  // a run that ended by an exception may have left some
   mode_ = 'p';
   upperCase_ = false;
   group_ = {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,6 +24,8 @@ struct FormatHooks {
                     int count, QueryType queryType, std::vector<int>& result) = nullptr;
   int (*countPostings)(velor_01::TVelorSpace* space, const std::string& db, const std::string& query,
                        QueryType queryType) = nullptr;
+  /// Runs a command of the shell and gives its status, -1 when it could not be run.
+  int (*runShellCommand)(const char* command) = std::system;
 };
 FormatHooks& DefaultFormatHooks();
 

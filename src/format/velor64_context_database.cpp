@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdlib>
 #include <ostream>
 
 #include "format/format_cache.h"
@@ -232,7 +231,7 @@ void Velor64Context::ExecuteShellCommand(const std::string& command) {
                            kShellRefused);
     return;
   }
-  const int status = std::system(command.c_str());
+  const int status = DefaultFormatHooks().runShellCommand(command.c_str());
   if (status == -1) ast::PftExpr::LogError(this, "", "shell command not run: " + command, 0, 0, 0);
 }
 
