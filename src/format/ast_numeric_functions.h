@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -208,6 +209,7 @@ class SearchNumeric : public AbstractNumeric {
  protected:
   /// Record numbers of the window that begins at `from` (0 is the first) and holds `count` of them (0: all).
   void Search(IPftContext* ctx, int from, int count, std::vector<int>& result) const;
+  [[nodiscard]] int CountPostings(IPftContext* ctx) const;
   /// name->db(+[db]
   void PrintHead(IPrintContext* out, const char* name) const;
   [[nodiscard]] const CommandList* term() const { return term_.get(); }
@@ -252,6 +254,8 @@ class NfncLr : public SearchNumeric {
   void GetNumVals(IPftContext* ctx, std::vector<long double>& values) const override;
 
  private:
+  void SearchWindow(IPftContext* ctx, std::vector<int>& found) const;
+
   Owned<INumeric> offset_;
   Owned<INumeric> count_;
 };
@@ -362,12 +366,15 @@ class DeleteRec : public SaveRec {
 };
 
 /// 1 when the text is of a kind, else 0. `type`: 1 letters and digits, 2 letters, 3 digits, 4 an integer,
-/// 5 a number; any other gives 0. An empty text gives 1.
+/// 5 a number; any other gives 0. An empty text gives 1. Which characters are letters, the process locale
+/// tells.
 [[nodiscard]] int fmt_type_number(int type, const std::string& text);
 
 /// MATH functions by their upper-case name. On an error `message` is set, and the value is what the function
-/// gives all the same.
-[[nodiscard]] long double EvaluateMath(const std::string& name, const std::vector<long double>& arguments,
+/// gives all the same. Nothing traps: a division by zero gives an infinity or a NaN, integers are 64 bits
+/// wide and held at their ends. MOD is the rest of the whole parts, and 0 where the divisor has none; a shift
+/// by less than 0 or more than 63 bits is 0.
+[[nodiscard]] long double EvaluateMath(std::string_view name, const std::vector<long double>& arguments,
                                        std::string& message);
 
 }  // namespace xpft::ast

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +34,7 @@ class SfncS : public ListString {
   using ListString::ListString;
   [[nodiscard]] NodeType GetType() const override { return NodeType::kSfncS; }
   void DoCmd(IPftContext* ctx) const override;
+  void GetStrVal(IPftContext* ctx, std::string& out) const override;
 
  protected:
   [[nodiscard]] const char* Name() const override { return "s"; }
@@ -76,7 +78,8 @@ class SfncCat : public ListString {
   [[nodiscard]] const char* Name() const override { return "cat"; }
 };
 
-/// CITYPE(fmt): the code of the document type.
+/// CITYPE(fmt): the code of the document type, which is the first word of the text: its letters and digits in
+/// upper case, at most ten of them. What is neither letter nor digit in front of the word is passed over.
 class SfncCitype : public ListString {
  public:
   using ListString::ListString;
@@ -193,7 +196,8 @@ class SfncF : public IStringCommand {
   SourcePlace place_;
 };
 
-/// DATE, DATE(DATETIME), DATE(DATEONLY), DATE(num), DATE(fmt).
+/// DATE, DATE(DATETIME), DATE(DATEONLY), DATE(num), DATE(fmt). A list gives a format of utils::DateTime, or
+/// "ticks"; a format that DateTime does not know prints nothing.
 class SfncDate : public IStringCommand {
  public:
   static constexpr int kPlain = 0;
@@ -315,8 +319,9 @@ class SfncReplace : public IStringCommand {
 
  protected:
   [[nodiscard]] virtual const char* Name() const { return "replace"; }
-  [[nodiscard]] virtual std::string DoReplace(const std::string& text, const std::string& from,
-                                              const std::string& to) const;
+  /// Replaces `out`; the other texts are well-formed.
+  virtual void DoReplace(std::string_view text, std::string_view from, std::string_view to,
+                         std::string& out) const;
 
  private:
   Owned<CommandList> text_;
@@ -332,9 +337,8 @@ class SfncRegReplace : public SfncReplace {
 
  protected:
   [[nodiscard]] const char* Name() const override { return "regreplace"; }
-  [[nodiscard]] std::string DoReplace(const std::string&, const std::string&,
-                                      const std::string&) const override {
-    return {};
+  void DoReplace(std::string_view, std::string_view, std::string_view, std::string& out) const override {
+    out.clear();
   }
 };
 
@@ -349,8 +353,9 @@ class SfncRef : public IStringCommand {
   void DoCmd(IPftContext* ctx) const override;
 
  private:
-  void RunHere(IPftContext* ctx, const std::vector<long double>& numbers, std::string& out) const;
-  void RunThere(IPftContext* ctx, const std::vector<long double>& numbers, std::string& out) const;
+  void Run(IPftContext* ctx, std::span<const long double> numbers, std::string& out) const;
+  void RunHere(IPftContext* ctx, std::span<const long double> numbers, std::string& out) const;
+  void RunThere(IPftContext* ctx, std::span<const long double> numbers, std::string& out) const;
 
   DatabaseName database_;
   Owned<INumeric> mfn_;
@@ -368,6 +373,9 @@ class SfncNewRec : public IStringCommand {
   void DoCmd(IPftContext* ctx) const override;
 
  private:
+  /// `database` null: the current one.
+  void RunOnNewRecord(IPftContext* ctx, const std::string* database) const;
+
   DatabaseName database_;
   Owned<CommandList> list_;
 };
@@ -396,12 +404,22 @@ class SfncSort : public IStringCommand {
   SourcePlace place_;
 };
 
-/// A number in the forms of F. Width and decimals are -1 when they are not given.
+/// A number in the forms of F. Width and decimals are -1 when they are not given; without decimals it is
+/// printed with an exponent. A value of 0 prints nothing.
 [[nodiscard]] std::string FormatExtended(long double value, int width, int decimals);
 /// The narrow form: the value is rounded to single precision first, `fill` pads it on the left.
 void fmt_float_numb(long double value, int width, int decimals, char fill, std::string& out);
 
-/// A moment in one of the forms of DATE. `ticks` is in seconds since the epoch, below 0 it means now.
+/// A moment in one of the forms of DATE, in local time. `ticks` is in seconds since the epoch, below 0 it
+/// means now; what is outside 2 January 1970 to 18 January 2038 is held at the nearer end.
+///
+///   kind   form
+///      1   mm-dd-yy  hh:mm:ss
+///      2   mm-dd-yy
+///      3   hh:mm:ss
+///    998   dd/mm/yy
+///    999   dd/mm/yy hh:mm:ss
+///   other  yyyymmdd hhmmss, the weekday (0 Sunday), the days since 1 January in three columns
 void fmt_get_date(int kind, long double ticks, std::string& out);
 
 }  // namespace xpft::ast

@@ -34,4 +34,8 @@ inline void PrintBlock(IPrintContext* out, const PftExpr* list) {
   out->NewLine();
 }
 
+/// Two lists as arguments of one call. The second may be null; then the commands of the first stand without
+/// commas between them, for one would begin the second.
+void PrintListPair(IPrintContext* out, const CommandList* first, const CommandList* second);
+
 }  // namespace xpft::ast

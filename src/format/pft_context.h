@@ -27,6 +27,9 @@ namespace xpft {
 class XpftFormatter;
 using Occurrences = std::vector<std::string_view>;
 
+/// Most bytes that one output may have; a longer one is an error of the run.
+constexpr std::size_t kMaxOutputBytes = 100'000'000;
+
 /// How a term is searched.
 enum class QueryType { kDefault = 0, kPrefix = 1, kExact = 2 };
 

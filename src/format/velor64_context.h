@@ -29,9 +29,6 @@ struct FormatHooks {
 };
 FormatHooks& DefaultFormatHooks();
 
-/// Most bytes that one output may have; a longer one is an error of the run.
-constexpr std::size_t kMaxOutputBytes = 100'000'000;
-
 /// The context of a run over the shelves of one space. The output grows in steps of 32000 bytes, its lines
 /// end in CR. What is read of the record is kept until the record changes or Clear is called.
 class Velor64Context final : public IPftContext {
