@@ -5,24 +5,17 @@
 #include <filesystem>
 #include <system_error>
 
+#include "format/format_files.h"
+#include "format/xpft_fst.h"
 #include "storage/app_paths.h"
-#include "storage/codes.h"
-#include "storage/database_open.h"
 #include "utils/file_layer.h"
 #include "utils/path_util.h"
-#include "utils/string_utils.h"
 
 namespace velora {
 
 namespace {
 
 constexpr std::size_t kFlushSize = std::size_t{1} << 18;
-
-std::string TableDirectory(const app::VelorAppContext* ctx, std::string database) {
-  std::vector<std::string> directories;
-  if (backup::OpenDb(ctx->execDir, ctx->dataPath, &database, &directories) != velor_32::kOk) return {};
-  return directories[backup::kTableDirectory];
-}
 
 }  // namespace
 
@@ -35,13 +28,23 @@ std::string WorkDirectory(const app::VelorAppContext* ctx) {
   return path;
 }
 
-std::string FindTable(const app::VelorAppContext* ctx, const std::string& database, const std::string& name) {
+std::string LookupFile(const app::VelorAppContext* ctx, const std::string& database, const std::string& name,
+                       const char* extension) {
   if (utils::PathUtil::IsFile(name)) return name;
-  const std::string file = utils::StringUtils::ToLower(name) + ".fst";
-  for (const std::string& folder : {TableDirectory(ctx, database), ctx->depositPath, WorkDirectory(ctx)})
-    for (const std::string& path : {folder + name + ".fst", folder + file})
-      if (utils::PathUtil::IsFile(path)) return path;
+  for (const auto kind : {xpft::VelorPath::kDatabase, xpft::VelorPath::kWork}) {
+    const std::string path = xpft::LookupFile(ctx, kind, database, name + extension, true);
+    if (!path.empty()) return path;
+  }
   return {};
+}
+
+bool LoadTable(const app::VelorAppContext* ctx, const std::string& database, const std::string& name,
+               velor_01::TStringList* table) {
+  table->Clear();
+  const std::string path = LookupFile(ctx, database, name, ".fst");
+  if (path.empty() || !table->LoadFromFile(path)) return false;
+  velor_server_proc::ParseFst(table);
+  return table->GetCount() > 0;
 }
 
 std::string WorkFile(const app::VelorAppContext* ctx, const std::string& file, const char* middle) {

@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <ostream>
 
 #include "exchange/exchange_files.h"
 #include "exchange/iso_record.h"
 #include "exchange/marc_mode.h"
+#include "exchange/record_filter.h"
+#include "exchange/reformat.h"
 #include "exchange/text_record.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
@@ -14,7 +17,9 @@
 #include "storage/fields.h"
 #include "storage/process.h"
 #include "storage/record_read.h"
+#include "storage/shelf.h"
 #include "utils/log_util.h"
+#include "utils/string_list.h"
 #include "utils/string_utils.h"
 
 namespace velor_server_proc {
@@ -23,16 +28,12 @@ using velor_32::kOk;
 
 namespace {
 
-constexpr int kSlot = 0;
+constexpr int kSourceSlot = 0;
+constexpr int kTableSlot = 1;       // the record that a table builds
+constexpr int kAlternateSlots = 2;  // free from here on while a table runs
 constexpr unsigned long kFirstIsoBuffer = 32000;
-
-/// What the options ask for and this program does not do yet; empty when it does all of it.
-std::string MissingPart(const VelorExportContext& params, const std::string& tablePath) {
-  if (!tablePath.empty()) return "-t";
-  if (params.mode == VelorExportContext::kSearch) return "-se";
-  if (!params.scan.empty()) return "-sc";
-  return params.filter.empty() ? "" : "-flt";
-}
+constexpr int kMarcLevelTag = 1001;
+constexpr char kMarcLevel[] = "^A2";
 
 class Export {
  public:
@@ -54,10 +55,15 @@ class Export {
   int Run();
 
  private:
+  void LoadTable();
+  int AllocateIsoBuffer();
+  int PrepareFilters();
+  int RefuseFormat(const std::string& message, int result);
   int ExportAll();
   template <class Visit>
   void VisitSelection(Visit&& visit);
   void ExportRecord(int mfn);
+  void Reformat();
   void WriteIso();
   void OverwriteLeader(std::string_view leader);
   std::string TakeLeaderField();
@@ -71,6 +77,11 @@ class Export {
   velora::TextEncoder encoder_;
 
   velor_32::SpacePointer space_;
+  velor_01::TStringList table_;  // empty: records go out as they are
+  std::unique_ptr<xpft::XpftFst> tableFormat_;
+  std::unique_ptr<velora::RecordFilter> scan_;
+  std::unique_ptr<velora::RecordFilter> filter_;
+  int slot_ = kSourceSlot;  // of the record that is written
   bool marcMode_ = false;
   bool writeGuid_ = false;
   velora::OutputFile output_;
@@ -92,26 +103,55 @@ int Export::Run() {
   LogTool("Export " + database_ + (params_.fst.empty() ? "" : " " + params_.fst) +
           (params_.format == VelorExportContext::kIso ? " iso" : ""));
 
-  const std::string table = params_.fst.empty() ? "" : velora::FindTable(ctx_, database_, params_.fst);
-  if (const std::string missing = MissingPart(params_, table); !missing.empty()) {
-    out_ << "export " << missing << ": not built yet" << std::endl;
+  if (params_.mode == VelorExportContext::kSearch) {
+    out_ << "export -se: not built yet" << std::endl;
     return kOk;
   }
-  if (!params_.fst.empty()) {
-    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
-    out_ << "File not found " << params_.fst << std::endl;
-    LogTool("File not found " + params_.fst);
-  }
-  writeGuid_ = params_.guid || ctx_->guidOption == 1;
-  if (params_.format == VelorExportContext::kIso) {
-    isoBuffer_ = static_cast<char*>(std::calloc(kFirstIsoBuffer + 1, 1));
-    isoSize_ = kFirstIsoBuffer;
-    if (!isoBuffer_) {
-      out_ << "Malloc failed " << kFirstIsoBuffer + 1 << std::endl;
-      return velor_32::kNoMemory;
-    }
-  }
+  if (!params_.fst.empty()) LoadTable();
+  writeGuid_ = (params_.guid || ctx_->guidOption == 1) && tableFormat_ == nullptr;
+  if (int rc = AllocateIsoBuffer(); rc != kOk) return rc;
+  if (int rc = PrepareFilters(); rc != kOk) return rc;
   return ExportAll();
+}
+
+void Export::LoadTable() {
+  marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+  if (velora::LoadTable(ctx_, database_, params_.fst, &table_)) {
+    tableFormat_ = std::make_unique<xpft::XpftFst>(space_.get(), &table_, false);
+    return;
+  }
+  out_ << "File not found " << params_.fst << std::endl;
+  LogTool("File not found " + params_.fst);
+}
+
+int Export::AllocateIsoBuffer() {
+  if (params_.format != VelorExportContext::kIso) return kOk;
+  isoBuffer_ = static_cast<char*>(std::calloc(kFirstIsoBuffer + 1, 1));
+  isoSize_ = kFirstIsoBuffer;
+  if (isoBuffer_) return kOk;
+  out_ << "Malloc failed " << kFirstIsoBuffer + 1 << std::endl;
+  return velor_32::kNoMemory;
+}
+
+int Export::PrepareFilters() {
+  scan_ = std::make_unique<velora::RecordFilter>(space_.get());
+  filter_ = std::make_unique<velora::RecordFilter>(space_.get());
+  if (!params_.scan.empty()) {
+    const std::string format = velora::ScanFormat(params_.scan);
+    out_ << "scan expr: " << format << std::endl;
+    if (int rc = scan_->Prepare(format); rc != kOk)
+      return RefuseFormat("sequential search format error " + format, rc);
+  }
+  if (params_.filter.empty()) return kOk;
+  const std::string format = velora::LookupFormat(space_.get(), params_.filter);
+  const int rc = format.empty() ? velor_32::kNotFound : filter_->Prepare(format);
+  return rc == kOk ? kOk : RefuseFormat("filter format error " + params_.filter, rc);
+}
+
+int Export::RefuseFormat(const std::string& message, int result) {
+  out_ << message << std::endl;
+  LogTool(message);
+  return result;
 }
 
 int Export::ExportAll() {
@@ -147,25 +187,35 @@ void Export::VisitSelection(Visit&& visit) {
 
 void Export::ExportRecord(int mfn) {
   ++recordNumber_;
-  const int result = velor_32::VelorRecord(space_.get(), kSlot, mfn);
+  const int result = velor_32::VelorRecord(space_.get(), kSourceSlot, mfn);
   if (result == velor_32::kDeleted || result == velor_32::kPhysicallyDeleted) return;
   if (result != kOk && result != velor_32::kRecordLocked) {
     utils::LogUtil::LogErrorPid(app::AppPrefixText(), database_ + " record read error mfn=" +
                                                           std::to_string(mfn) + " " + std::to_string(result));
     return;
   }
-  if (marcMode_) velora::ReplaceInFields(space_.get(), kSlot, velora::kSubfieldMark, velora::kMarcDelimiter);
+  if (!scan_->Passes(kSourceSlot) || !filter_->Passes(kSourceSlot)) return;
+  if (tableFormat_ != nullptr) Reformat();
+  if (marcMode_) velora::ReplaceInFields(space_.get(), slot_, velora::kSubfieldMark, velora::kMarcDelimiter);
   if (params_.format == VelorExportContext::kIso) {
     WriteIso();
   } else {
-    velora::AppendTextRecord(space_.get(), kSlot, params_.header, writeGuid_, encoder_, &output_.buffer());
+    velora::AppendTextRecord(space_.get(), slot_, params_.header, writeGuid_, encoder_, &output_.buffer());
     output_.FlushIfLarge();
   }
 }
 
+/// In MARC mode the table finds the bibliographic level in field 1001.
+void Export::Reformat() {
+  slot_ = kTableSlot;
+  velor_32::Velornewrec(space_.get(), slot_);
+  if (marcMode_) velor_32::Velorfldadd(space_.get(), kSourceSlot, kMarcLevelTag, 0, kMarcLevel);
+  velora::RecReformat(space_.get(), kSourceSlot, slot_, kAlternateSlots, true, table_, tableFormat_.get());
+}
+
 void Export::WriteIso() {
   const std::string leader = marcMode_ ? TakeLeaderField() : "";
-  if (velora::WriteIsoRecord(space_.get(), kSlot, isoBuffer_, isoSize_, params_.recordEnd, params_.fieldEnd,
+  if (velora::WriteIsoRecord(space_.get(), slot_, isoBuffer_, isoSize_, params_.recordEnd, params_.fieldEnd,
                              encoder_) != 0) {
     const std::string message = "Record too big for iso MFN " + std::to_string(recordNumber_);
     out_ << message << std::endl;
@@ -188,11 +238,11 @@ std::string Export::TakeLeaderField() {
 /// Removes the first field of that tag and gives its text; empty when there is none, or when its length is
 /// not the one asked for (0: any).
 std::string Export::TakeField(int tag, std::size_t length) {
-  const int index = velor_32::Velorfieldn(space_.get(), kSlot, tag, 1);
-  if (velor_32::Velorfldtag(space_.get(), kSlot, index) != tag) return {};
-  std::string text(velor_32::FieldText(space_.get(), kSlot, index));
+  const int index = velor_32::Velorfieldn(space_.get(), slot_, tag, 1);
+  if (velor_32::Velorfldtag(space_.get(), slot_, index) != tag) return {};
+  std::string text(velor_32::FieldText(space_.get(), slot_, index));
   if (length > 0 && text.size() != length) return {};
-  velor_32::Velorfldrep(space_.get(), kSlot, index, nullptr, 0);
+  velor_32::Velorfldrep(space_.get(), slot_, index, nullptr, 0);
   return text;
 }
 

@@ -11,6 +11,8 @@
 #include "exchange/exchange_files.h"
 #include "exchange/import_source.h"
 #include "exchange/marc_mode.h"
+#include "exchange/record_filter.h"
+#include "exchange/reformat.h"
 #include "storage/app_context.h"
 #include "storage/bulk_writer.h"
 #include "storage/codes.h"
@@ -27,6 +29,7 @@
 #include "storage/xrf_info.h"
 #include "utils/code_page.h"
 #include "utils/int_list.h"
+#include "utils/string_list.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
 
@@ -38,15 +41,15 @@ using velora::ImportSource;
 namespace {
 
 constexpr int kCsvFailed = -500;
-constexpr int kRecordSlot = 0;
-constexpr int kBlankSlot = 3;  // for the blank records that fill up to a number
+constexpr int kSourceSlot = 0;
+constexpr int kTableSlot = 1;       // the record that a table builds
+constexpr int kAlternateSlots = 2;  // free from here on while a table runs
+constexpr int kBlankSlot = 3;       // for the blank records that fill up to a number
 
 /// What the options ask for and this program does not do yet; empty when it does all of it.
-std::string MissingPart(const VelorImportContext& params, const std::string& tablePath) {
-  if (!tablePath.empty()) return "-t";
+std::string MissingPart(const VelorImportContext& params) {
   if (params.mergeMode == VelorImportContext::kMergeByFormat) return "-p";
   if (params.mergeMode == VelorImportContext::kMergeByCorrection) return "-g";
-  if (!params.filter.empty()) return "-flt";
   if (params.flc) return "-c";
   return params.autoin ? "-a" : "";
 }
@@ -84,10 +87,13 @@ class Import {
 
  private:
   int Prepare();
+  void LoadTable();
+  int PrepareFilter();
   int ConvertCsv();
   int OpenSource();
   int ImportAll();
   void ImportRecord();
+  void Reformat();
   bool IsRefused();
   void Skip(const std::string& reason);
   void CleanFields();
@@ -109,6 +115,10 @@ class Import {
 
   velor_32::SpacePointer space_;
   std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
+  velor_01::TStringList table_;  // empty: records come in as they are
+  std::unique_ptr<xpft::XpftFst> tableFormat_;
+  std::unique_ptr<velora::RecordFilter> filter_;
+  int slot_ = kSourceSlot;  // of the record that is stored
   bool marcMode_ = false;
   bool updateIndex_ = false;
   TemporaryFile converted_;
@@ -145,25 +155,42 @@ int Import::Run() {
 
 /// Everything before the first record. The source stays null when the run ends here.
 int Import::Prepare() {
-  const std::string table = params_.fst.empty() ? "" : velora::FindTable(ctx_, database_, params_.fst);
-  if (const std::string missing = MissingPart(params_, table); !missing.empty()) {
+  if (const std::string missing = MissingPart(params_); !missing.empty()) {
     out_ << "import " << missing << ": not built yet" << std::endl;
     return kOk;
   }
   updateIndex_ = ctx_->mainIni->Get("Main", "RECUPDIF", "0") == "1";
-  if (!params_.fst.empty()) {
-    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
-    out_ << "File not found " << params_.fst << std::endl;
-    LogTool("File not found " + params_.fst);
-  }
+  if (!params_.fst.empty()) LoadTable();
   if (params_.proto && !protocol_.Create(velora::WorkFile(ctx_, file_, "_protocol_")))
     LogTool("Import cannot create protocol of " + file_);
   if (params_.format == VelorImportContext::kCsv)
     if (int rc = ConvertCsv(); rc != kOk) return rc;
+  if (int rc = PrepareFilter(); rc != kOk) return rc;
   if (params_.reuseMfn) velora::isisxrfinfo(space_.get(), {.physicallyDeleted = &freedNumbers_});
   maintenance_.reset(velora::VelorA_init(ctx_));
   if (!maintenance_) return velor_32::kNoMemory;
   return OpenSource();
+}
+
+void Import::LoadTable() {
+  marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+  if (velora::LoadTable(ctx_, database_, params_.fst, &table_)) {
+    tableFormat_ = std::make_unique<xpft::XpftFst>(space_.get(), &table_, false);
+    return;
+  }
+  out_ << "File not found " << params_.fst << std::endl;
+  LogTool("File not found " + params_.fst);
+}
+
+int Import::PrepareFilter() {
+  filter_ = std::make_unique<velora::RecordFilter>(space_.get());
+  if (params_.filter.empty()) return kOk;
+  const std::string format = velora::LookupFormat(space_.get(), params_.filter);
+  const int rc = format.empty() ? velor_32::kNotFound : filter_->Prepare(format);
+  if (rc == kOk) return kOk;
+  out_ << "filter format error " << params_.filter << std::endl;
+  LogTool("filter format error " + params_.filter);
+  return rc;
 }
 
 int Import::ConvertCsv() {
@@ -191,8 +218,8 @@ int Import::ImportAll() {
   velor_32::VelorBulkStart(space_.get());
   int result = kOk;
   while (!app::CheckStopProcess(ctx_)) {
-    velor_32::Velornewrec(space_.get(), kRecordSlot);
-    const ImportSource::Outcome outcome = source_->Next(kRecordSlot);
+    velor_32::Velornewrec(space_.get(), kSourceSlot);
+    const ImportSource::Outcome outcome = source_->Next(kSourceSlot);
     if (outcome == ImportSource::Outcome::kEnd || app::CheckStopProcess(ctx_)) break;
     ++recordNumber_;
     if (outcome == ImportSource::Outcome::kNoMemory) {
@@ -217,30 +244,41 @@ void Import::ImportRecord() {
   velor_01::TVelorSpace* space = space_.get();
   if (!source_->remark.empty())
     Note("Record damaged: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
+  if (tableFormat_ != nullptr) Reformat();
   if (IsRefused()) return;
   if (params_.checkEncoding) CleanFields();
-  const bool hasNumber = params_.header && velor_32::Velormfn(space, kRecordSlot) > 0;
+  const bool hasNumber = params_.header && velor_32::Velormfn(space, slot_) > 0;
   const NumbersInOrder inOrder(ctx_, hasNumber);
   if (hasNumber && !TakeHeaderNumber()) return;
 
-  const bool isNew = velor_32::Velormfn(space, kRecordSlot) == 0;
-  const bool isGone = velor_32::Velorrecstatus(space, kRecordSlot, 1) & velor_01::kStatusPhysicallyDeleted;
+  const bool isNew = velor_32::Velormfn(space, slot_) == 0;
+  const bool isGone = velor_32::Velorrecstatus(space, slot_, 1) & velor_01::kStatusPhysicallyDeleted;
   const bool takesFreed = isNew && !hasNumber && nextFreed_ < freedNumbers_.GetCount();
   const int result = takesFreed ? StoreUnderFreedNumber() : Store();
   if (result == kOk && isGone)
-    velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, kRecordSlot), maintenance_->relayRecTime);
+    velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, slot_), maintenance_->relayRecTime);
   Count(result, isNew);
 }
 
-/// Records that are not written: those without any field (with a header a number is enough), and with -k
-/// those that are not text throughout.
+void Import::Reformat() {
+  slot_ = kTableSlot;
+  velor_32::Velornewrec(space_.get(), slot_);
+  velora::RecReformat(space_.get(), kSourceSlot, slot_, kAlternateSlots, true, table_, tableFormat_.get());
+}
+
+/// Records that are not written: those that the filter keeps out, those without any field (with a header a
+/// number is enough), and with -k those that are not text throughout.
 bool Import::IsRefused() {
+  if (!filter_->Passes(slot_)) {
+    Skip("filter");
+    return true;
+  }
   if (params_.checkEncoding && source_->badTexts > 0) {
     Skip("bad encoding COUNT " + std::to_string(source_->badTexts));
     return true;
   }
-  const bool hasFields = velor_32::Velornfields(space_.get(), kRecordSlot) > 0;
-  if (hasFields || (params_.header && velor_32::Velormfn(space_.get(), kRecordSlot) >= 1)) return false;
+  const bool hasFields = velor_32::Velornfields(space_.get(), slot_) > 0;
+  if (hasFields || (params_.header && velor_32::Velormfn(space_.get(), slot_) >= 1)) return false;
   Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
   return true;
 }
@@ -252,10 +290,10 @@ void Import::Skip(const std::string& reason) {
 
 void Import::CleanFields() {
   velor_01::TVelorSpace* space = space_.get();
-  for (int i = 1; i <= velor_32::Velornfields(space, kRecordSlot); ++i) {
-    std::string text(velor_32::FieldText(space, kRecordSlot, i));
+  for (int i = 1; i <= velor_32::Velornfields(space, slot_); ++i) {
+    std::string text(velor_32::FieldText(space, slot_, i));
     if (backup::ZaboyString(text))
-      velor_32::Velorfldrep(space, kRecordSlot, i, text.data(), static_cast<int>(text.size()));
+      velor_32::Velorfldrep(space, slot_, i, text.data(), static_cast<int>(text.size()));
   }
 }
 
@@ -263,7 +301,7 @@ void Import::CleanFields() {
 /// the next free one is simply a new record. False when the number cannot be had.
 bool Import::TakeHeaderNumber() {
   velor_01::TVelorSpace* space = space_.get();
-  const int mfn = velor_32::Velormfn(space, kRecordSlot);
+  const int mfn = velor_32::Velormfn(space, slot_);
   if (!ExtendTo(mfn)) {
     Count(velor_32::kMfnRange, false);
     return false;
@@ -277,19 +315,19 @@ bool Import::TakeHeaderNumber() {
     Count(velor_32::kDamaged, false);
     return false;
   }
-  velor_32::Velorchangeversion(space, kRecordSlot, version);
+  velor_32::Velorchangeversion(space, slot_, version);
   // The state in the file tells of the record that was exported; it is no right to the one that somebody
   // holds here.
-  velor_32::Velorrecunlock(space, kRecordSlot);
+  velor_32::Velorrecunlock(space, slot_);
   return true;
 }
 
 /// Takes the number from the record, which keeps the GUID that came with it.
 void Import::MakeNew() {
-  const char* guid = velor_32::VelorGetGuid(space_.get(), kRecordSlot);
+  const char* guid = velor_32::VelorGetGuid(space_.get(), slot_);
   const std::string kept = guid ? guid : "";
-  velor_32::Velorchangemfn(space_.get(), kRecordSlot, 0);
-  if (!kept.empty()) velor_32::VelorSetGuid(space_.get(), kRecordSlot, kept.c_str());
+  velor_32::Velorchangemfn(space_.get(), slot_, 0);
+  if (!kept.empty()) velor_32::VelorSetGuid(space_.get(), slot_, kept.c_str());
 }
 
 /// A number far away is refused before it fills the disk.
@@ -326,8 +364,8 @@ bool Import::ExtendTo(int mfn) {
 int Import::StoreUnderFreedNumber() {
   while (nextFreed_ < freedNumbers_.GetCount()) {
     const int mfn = freedNumbers_.Get(nextFreed_++);
-    velor_32::Velorchangemfn(space_.get(), kRecordSlot, mfn);
-    velor_32::Velorchangeversion(space_.get(), kRecordSlot, 0);
+    velor_32::Velorchangemfn(space_.get(), slot_, mfn);
+    velor_32::Velorchangeversion(space_.get(), slot_, 0);
     if (const int result = Store(); result != velor_32::kVersionMismatch) return result;
   }
   MakeNew();
@@ -337,9 +375,9 @@ int Import::StoreUnderFreedNumber() {
 int Import::Store() {
   int result = kOk;
   int indexResult = kOk;
-  velor_32::VelorRecUpdateTime(space_.get(), kRecordSlot, false, updateIndex_, maintenance_->relayRecTime,
-                               &result, &indexResult);
-  if (result == kOk) velor_32::VelorRecCleanMtxTime(space_.get(), kRecordSlot, maintenance_->relayRecTime);
+  velor_32::VelorRecUpdateTime(space_.get(), slot_, false, updateIndex_, maintenance_->relayRecTime, &result,
+                               &indexResult);
+  if (result == kOk) velor_32::VelorRecCleanMtxTime(space_.get(), slot_, maintenance_->relayRecTime);
   return result;
 }
 
@@ -349,7 +387,7 @@ void Import::Count(int result, bool isNew) {
   ++counts_[status];
   if (result == kOk) ++imported_;
   if (!protocol_.isOpen()) return;
-  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), kRecordSlot));
+  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), slot_));
   Note(result == kOk ? "Record " + status + ": MFN " + mfn
                      : status + " NUMBER " + std::to_string(recordNumber_));
   if (source_->lostFields > 0)

@@ -60,7 +60,8 @@ void AppendHeader(const TVelorSpace* space, int slot, std::string* out) {
   out->append(kLineEnd);
 }
 
-/// Whether a line opens a field: "#", a number of at least 0, ": ".
+}  // namespace
+
 bool OpensField(std::string_view line, int* tag, std::string_view* text) {
   if (line.empty() || line[0] != '#') return false;
   const std::size_t colon = line.find(": ");
@@ -71,8 +72,6 @@ bool OpensField(std::string_view line, int* tag, std::string_view* text) {
   *text = line.substr(colon + 2);
   return true;
 }
-
-}  // namespace
 
 void RecTextWrite(TVelorSpace* space, int slot, EncodingOption::Type encoding, bool header, bool guid,
                   int handle) {

@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 #include "exchange/encoding.h"
 #include "storage/velor_space.h"
@@ -15,6 +16,10 @@
 /// Flags: 64 locked, 8 not actualized, 1 logically deleted, 256 page texts not actualized. On reading CR is
 /// optional; a line that opens no field continues the text before it, without a separator.
 namespace velora {
+
+/// Whether a line opens a field: "#", a number of at least 0, ": ". Then `tag` and `text`, which points into
+/// the line, are set.
+[[nodiscard]] bool OpensField(std::string_view line, int* tag, std::string_view* text);
 
 /// Appends one record to the open file `handle`. `header` and `guid` ask for the two lines above; the GUID is
 /// written only where the space keeps one.

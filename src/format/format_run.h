@@ -10,7 +10,8 @@ class Velor64Context;
 
 /// Prepares a format. `text` of `length` bytes is cp1251, or UTF-8 where the application keeps all texts so;
 /// a first byte "!" is dropped and says that the rest is UTF-8, a first byte "@" that it names a file.
-/// Result: the error code of the context, 0 when all is well.
+/// Result: the error code of the context, 0 when all is well; -1 where the application keeps no formats, -100
+/// without a space or memory.
 int Velor_InitXPFT(velor_01::TVelorSpace* space, const char* text, int length);
 
 /// Runs the prepared format over the record in `shelf`; alternate records are read into the shelves from

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "storage/process.h"
+#include "storage/storage_hooks.h"
 #include "storage/velor_space.h"
 
 namespace app {
@@ -84,6 +85,7 @@ VelorAppContext* velor_app_init() {
   try {
     auto ctx = std::make_unique<VelorAppContext>();
     ctx->parts = DefaultContextParts();
+    ctx->hooks = &velor_32::DefaultStorageHooks();
     Allocate(*ctx);
     return ctx.release();
   } catch (const std::bad_alloc&) {

@@ -5,9 +5,9 @@
 namespace velor_32 {
 
 /// Calls that storage makes upward: the index that follows a record, the field selection tables of a
-/// database, and the server that holds the records in client mode. The upper folders fill this in at start
-/// and the context points to it. A null member means that nothing stands behind it: the index calls then do
-/// nothing, the client calls fail with -400.
+/// database, and the server that holds the records in client mode. The upper folders fill in
+/// DefaultStorageHooks() at start, and each context that is made points to it. A null member means that
+/// nothing stands behind it: the index calls then do nothing, the client calls fail with -400.
 struct StorageHooks {
   /// Brings the inverted file up to date for one record, under the database mutex that the caller holds.
   int (*recIfUpdate)(velor_01::TVelorSpace* space, int shelf, int mfn) = nullptr;
@@ -26,5 +26,8 @@ struct StorageHooks {
   int (*actualRecord)(velor_01::TVelorSpace* space, int mfn) = nullptr;
   int (*maxMfn)(velor_01::TVelorSpace* space) = nullptr;
 };
+
+/// Written before the first context is made, not later.
+StorageHooks& DefaultStorageHooks();
 
 }  // namespace velor_32

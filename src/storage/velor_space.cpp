@@ -62,6 +62,11 @@ bool AllocateParts(TVelorSpace* space) {
 
 }  // namespace
 
+StorageHooks& DefaultStorageHooks() {
+  static StorageHooks hooks;
+  return hooks;
+}
+
 TVelorSpace* Velorinit(app::VelorAppContext* app) {
   SpacePointer space;
   const int rc = AtEdge([&] {

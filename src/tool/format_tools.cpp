@@ -1,5 +1,7 @@
 #include <iostream>
 
+#include "format/fst2ifs.h"
+#include "format/print_file.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
 #include "tool/run.h"
@@ -84,7 +86,8 @@ int main_fmtprint(int argc, char** argv) {
   FormatPrintOptions options;
   ScanOptions<FormatPrintOptions>(argc, argv, kFormatPrintRows, &options);
   if (options.input.empty() || options.output.empty()) return RefuseCommandLine("fmtprint");
-  return ReportNotBuilt("fmtprint");
+  xpft::XpftPrintFile(options.input, options.output, options.isPretty, std::cout);
+  return 0;
 }
 
 int main_fst2ifs(int argc, char** argv) {
@@ -93,7 +96,9 @@ int main_fst2ifs(int argc, char** argv) {
   if (options.database.empty() || options.input.empty() || options.output.empty()) {
     return RefuseCommandLine("fst2ifs");
   }
-  return ReportNotBuilt("fst2ifs");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorFst2Ifs(ctx, options.database, options.input, options.output, std::cout);
+  });
 }
 
 }  // namespace tool

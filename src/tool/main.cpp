@@ -1,5 +1,7 @@
 #include <iostream>
 
+#include "format/format_parts.h"
+#include "index/inv_context.h"
 #include "tool/dispatcher.h"
 #include "tool/signals.h"
 #include "tool/tool_locale.h"
@@ -15,6 +17,8 @@ int main(int argc, char** argv) {
 
   tool::SetupSignals();
   utils::NetUtil::Init();
+  xpft::InstallFormatParts();
+  indexing::InstallInvContext();
   const int status = tool::Dispatch(argc, argv);
   utils::NetUtil::Close();
   return status;

@@ -18,7 +18,7 @@
 #include "storage/record_read.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
-#include "support/installation.h"
+#include "support/format_installation.h"
 #include "support/iso_builder.h"
 #include "support/open_space.h"
 #include "support/verify.h"
@@ -28,7 +28,7 @@ namespace {
 using namespace velor_server_proc;
 using test::Fields;
 
-class ImportExportTest : public testing::Test, public test::Installation {
+class ImportExportTest : public testing::Test, public test::FormatInstallation {
  protected:
   std::string Import(const std::string& bytes, const VelorImportContext& params = {}) {
     std::ostringstream out;
@@ -71,7 +71,7 @@ TEST_F(ImportExportTest, Refusals) {
   EXPECT_EQ(said({.format = 3}), "Import format not supported\n");
   EXPECT_EQ(said({.fst = "nosuch"}).substr(0, 53),
             "OpenDB blank - Done\nImport\nFile not found nosuch\nReco");
-  EXPECT_EQ(said({.filter = "v1"}), "OpenDB blank - Done\nImport\nimport -flt: not built yet\n");
+  EXPECT_EQ(said({.filter = "v1,("}), "OpenDB blank - Done\nImport\nfilter format error v1,(\n");
   std::ostringstream out;
   EXPECT_EQ(VelorImport(ctx(), "blank", "/no/such/file", out, {}), velor_32::kNotFound);
   EXPECT_EQ(VelorImport(ctx(), "nosuch", "/no/such/file", out, {}), velor_32::kNoParameterFile);
@@ -89,6 +89,38 @@ TEST_F(ImportExportTest, Refusals) {
   std::ostringstream failed;
   EXPECT_EQ(VelorExport(ctx(), "blank", "/no/such/dir/file", {}, failed), velor_32::kNoRecordFiles);
   EXPECT_EQ(failed.str(), "OpenDB blank - Done\nExport\n cannot create file: /no/such/dir/file\n");
+  EXPECT_EQ(VelorExport(ctx(), "blank", File("o"), {.filter = "@missing"}, failed), velor_32::kNotFound);
+  EXPECT_GT(VelorExport(ctx(), "blank", File("o"), {.filter = "v1,("}, failed), 0);
+  EXPECT_GT(VelorExport(ctx(), "blank", File("o"), {.scan = "v1,("}, failed), 0);
+  EXPECT_FALSE(std::filesystem::exists(File("o")));
+}
+
+TEST_F(ImportExportTest, TablesAndConditions) {
+  Write("datai/blank/swap.fst", "2 0 v1\r\n1 0 '<',v1,'>'\r\n0 0 if v1='c' then v0 fi\r\n");
+  Import(kThree);
+  const struct {
+    VelorExportContext params;
+    const char* wanted;
+  } rows[] = {
+      {{.fst = "swap"},
+       "#2: a\r\n#1: <a>\r\n*****\r\n#2: b\r\n#1: <b>\r\n*****\r\n#2: c\r\n#1: <c>\r\n#1: c\r\n*****\r\n"},
+      {{.fst = "SWAP", .mfnFrom = 2, .scan = "!v1<>'c'"}, "#2: b\r\n#1: <b>\r\n*****\r\n"},
+      {{.scan = "v1<>'b'", .filter = "if v1<>'a' then '1' fi"}, "#1: c\r\n*****\r\n"},
+      {{.filter = "'1',if v1='b' then &nosuch('x') fi"}, "#1: a\r\n*****\r\n#1: c\r\n*****\r\n"},
+      {{.scan = "v1='z'"}, ""},
+  };
+  for (const auto& row : rows) EXPECT_EQ(Export(row.params), row.wanted) << row.params.scan;
+
+  Import(kThree, {.fst = "swap", .filter = "if v2='b' then '1' fi"});
+  EXPECT_EQ(Export({.mfnFrom = 4}), "#2: b\r\n#1: <b>\r\n*****\r\n");
+  EXPECT_EQ(test::Verify(File("datai/blank/blank")), "");
+}
+
+TEST_F(ImportExportTest, ATableKeepsNoGuid) {
+  ctx()->guidOption = 1;
+  Write("datai/blank/same.fst", "1 0 v1");
+  Import(kThree);
+  EXPECT_EQ(Export({.fst = "same"}), kThree);
 }
 
 TEST_F(ImportExportTest, Selections) {

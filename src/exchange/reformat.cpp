@@ -1,0 +1,89 @@
+#include "exchange/reformat.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "exchange/text_record.h"
+#include "format/format_run.h"
+#include "storage/app_context.h"
+#include "storage/codes.h"
+#include "storage/fields.h"
+#include "utils/text_util.h"
+
+namespace velora {
+
+using velor_01::TStringList;
+using velor_01::TVelorSpace;
+
+namespace {
+
+/// Calls `visit` for each line of an output that can be a field.
+template <class Visit>
+void ForEachLine(std::string_view output, Visit&& visit) {
+  while (!output.empty()) {
+    const std::size_t end = std::min(output.find_first_of("\r\n"), output.size());
+    const std::string_view line = output.substr(0, end);
+    if (!line.empty() && utils::TextUtil::CheckUTF8(line)) visit(line);
+    output.remove_prefix(std::min(end + 1, output.size()));
+  }
+}
+
+void AddField(TVelorSpace* space, int slot, int tag, std::string_view text) {
+  if (tag == velor_01::kGuidTag) return;  // a record gets its GUID where it is stored
+  velor_32::Velorfldadd(space, slot, tag, 0, text.data(), static_cast<int>(text.size()));
+}
+
+void AddFields(TVelorSpace* space, int slot, const TStringList& table, const TStringList& outputs) {
+  for (int i = 0; i < table.GetCount(); ++i) {
+    const int tag = table.GetNumObject(i);
+    if (tag < 1) continue;
+    ForEachLine(outputs.Get(i), [&](std::string_view line) { AddField(space, slot, tag, line); });
+  }
+}
+
+void AddRest(TVelorSpace* space, int slot, const TStringList& table, const TStringList& outputs) {
+  for (int i = 0; i < table.GetCount(); ++i) {
+    if (table.GetNumObject(i) != 0) continue;
+    ForEachLine(outputs.Get(i), [&](std::string_view line) {
+      int tag = 0;
+      std::string_view text;
+      if (OpensField(line, &tag, &text) && !text.empty()) AddField(space, slot, tag, text);
+    });
+  }
+}
+
+/// The classic language keeps one format on the space: it is prepared anew for each line.
+void RunClassic(TVelorSpace* space, int fromSlot, int formatSlotEnd, bool addRest, const TStringList& table,
+                TStringList* outputs) {
+  constexpr int kMaxLength = 6;
+  for (int i = 0; i < table.GetCount(); ++i) {
+    const char* text = table.Get(i);
+    const bool isRun =
+        table.GetNumObject(i) >= (addRest ? 0 : 1) &&
+        fmt_64::Velor_InitPFT(space, text, static_cast<int>(std::strlen(text))) == velor_32::kOk;
+    if (isRun) fmt_64::Velor_Format(space, fromSlot, formatSlotEnd, kMaxLength, 0, "VELOR64");
+    outputs->Add(isRun ? xpft::Velor_FormatResult(space) : "");
+  }
+}
+
+}  // namespace
+
+void RecReformat(TVelorSpace* space, int fromSlot, int toSlot, int formatSlotEnd, bool addRest,
+                 const TStringList& table, xpft::XpftFst* compiled) {
+  TStringList outputs;
+  if (space->app->xpftEnabled)
+    compiled->Format(space, fromSlot, formatSlotEnd, &outputs);
+  else
+    RunClassic(space, fromSlot, formatSlotEnd, addRest, table, &outputs);
+  AddFields(space, toSlot, table, outputs);
+  if (addRest) AddRest(space, toSlot, table, outputs);
+}
+
+void RecReformat(TVelorSpace* space, int fromSlot, int toSlot, int formatSlotEnd, bool addRest,
+                 TStringList* table) {
+  xpft::XpftFst compiled(space, table, !addRest);
+  RecReformat(space, fromSlot, toSlot, formatSlotEnd, addRest, *table, &compiled);
+}
+
+}  // namespace velora
