@@ -70,7 +70,7 @@ void fmt_get_date(int kind, long double ticks, std::string& out) {
       break;
     default:
       std::snprintf(text, sizeof text, "%04d%02d%02d %02d%02d%02d %1d %3d", t.tm_year + 1900, month,
-                    t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_wday, t.tm_yday);
+                    t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec, t.tm_wday, t.tm_yday + 1);
       break;
   }
   out = text;

@@ -168,7 +168,7 @@ TEST(Functions, DatesHaveFiveForms) {
     int kind;
     const char* date;
   } const cases[] = {
-      {0, "20240229 131415 4  59"},
+      {0, "20240229 131415 4  60"},
       {1, "02-29-24  13:14:15"},
       {2, "02-29-24"},
       {3, "13:14:15"},
