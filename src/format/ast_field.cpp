@@ -1,5 +1,7 @@
 #include "format/ast_field.h"
 
+#include <algorithm>
+
 #include "format/ast_expr.h"
 #include "format/extended_number_cast.h"
 #include "format/node_support.h"
@@ -10,8 +12,9 @@ namespace xpft::ast {
 
 namespace {
 
+/// A number of an occurrence; all numbers below the first one count as 0.
 int Bound(IPftContext* ctx, const INumeric* expr) {
-  return expr ? ToInt32(expr->GetNumVal(ctx)) : 0;
+  return expr ? std::max(ToInt32(expr->GetNumVal(ctx)), 0) : 0;
 }
 
 void PrintBound(IPrintContext* out, const INumeric* expr, bool isLast) {
@@ -389,6 +392,7 @@ const char* MarkText(char code) {
 
 void ReplaceValue(std::string& text, bool subfields) {
   if (text.find_first_of(subfields ? "<>^" : "<>") == std::string::npos) return;
+  const std::size_t lastClose = text.rfind('>');
   std::string out;
   bool inAngle = false;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -396,7 +400,7 @@ void ReplaceValue(std::string& text, bool subfields) {
     const bool isLast = i + 1 == text.size();
     if (c == '<') {
       inAngle = true;
-    } else if (c == '=' && inAngle && text.find('>', i) != std::string::npos) {
+    } else if (c == '=' && inAngle && lastClose != std::string::npos && i < lastClose) {
       i = text.find('>', i) - 1;  // the ">" is the next to be looked at
     } else if (c == '>') {
       inAngle = false;

@@ -71,6 +71,18 @@ bool GetSubElement(std::string_view text, char code, int index, std::string_view
   return GetFirstSubElement(text, code, value);
 }
 
+bool JoinSubFields(std::string_view text, char code, int first, int last, std::string& out) {
+  bool found = false;
+  int index = 0;
+  GetSubFields(text, [&](char c, std::string_view body) {
+    if (!IsSameCode(c, code)) return true;
+    if (index >= first) out += body;
+    found |= index >= first;
+    return index++ < last;
+  });
+  return found;
+}
+
 int CountSubfields(std::string_view text, char code) {
   int count = 0;
   GetSubFields(text, [&](char c, std::string_view) {

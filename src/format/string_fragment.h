@@ -18,6 +18,9 @@ bool GetFirstSubElement(std::string_view text, char code, std::string_view& valu
 bool GetSubElement(std::string_view text, char code, int index, std::string_view& value);
 /// The n-th subfield of that code, from 0.
 bool GetSubField(std::string_view text, char code, int index, std::string_view& value);
+/// Appends the n-th to the m-th subfield of that code to `out`, with nothing between them. Result: whether
+/// there was one.
+bool JoinSubFields(std::string_view text, char code, int first, int last, std::string& out);
 /// Subfields of that code.
 [[nodiscard]] int CountSubfields(std::string_view text, char code);
 

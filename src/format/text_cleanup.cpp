@@ -16,29 +16,46 @@ std::size_t CleanStart(const std::string& text) {
   return marker == std::string::npos ? 0 : marker + kMarker.size();
 }
 
-/// Takes the last character off each `pattern`.
-void DropLastOf(std::string& text, std::size_t start, std::string_view pattern) {
-  for (std::size_t i = text.find(pattern, start); i != std::string::npos; i = text.find(pattern, i))
-    text.erase(i + pattern.size() - 1, 1);
-}
-
 bool StartsAt(const std::string& text, std::size_t i, std::string_view part) {
   return text.compare(i, part.size(), part) == 0;
 }
 
-/// Takes away a ". - " that joins nothing, since a line end or another one follows.
-void DropIdleDashes(std::string& text, std::size_t start) {
-  constexpr std::string_view kDash = ". - ";
-  std::size_t i = text.find(kDash, start);
-  while (i != std::string::npos) {
-    const std::size_t next = i + kDash.size();
-    bool isIdle = false;
-    for (const std::string_view follower :
-         {kDash, std::string_view("\\par"), std::string_view("<br>"), std::string_view("\r")})
-      isIdle |= StartsAt(text, next, follower);
-    if (isIdle) text.erase(i, kDash.size());
-    i = text.find(kDash, isIdle ? i : next);
+/// Takes away the points directly behind each `closing`.
+void DropPointsBehind(std::string& text, std::size_t start, std::string_view closing) {
+  std::size_t to = start;
+  std::size_t i = start;
+  while (i < text.size()) {
+    if (!StartsAt(text, i, closing)) {
+      text[to++] = text[i++];
+      continue;
+    }
+    to += closing.copy(&text[to], closing.size());
+    i = std::min(text.find_first_not_of('.', i + closing.size()), text.size());
   }
+  text.resize(to);
+}
+
+constexpr std::string_view kDash = ". - ";
+
+/// A dash that joins nothing, since a line end or another one follows.
+bool IsIdleDash(const std::string& text, std::size_t i) {
+  if (!StartsAt(text, i, kDash)) return false;
+  constexpr std::string_view kFollowers[] = {kDash, "\\par", "<br>", "\r"};
+  return std::ranges::any_of(
+      kFollowers, [&](std::string_view follower) { return StartsAt(text, i + kDash.size(), follower); });
+}
+
+void DropIdleDashes(std::string& text, std::size_t start) {
+  std::size_t to = start;
+  std::size_t i = start;
+  while (i < text.size()) {
+    if (IsIdleDash(text, i)) {
+      i += kDash.size();
+    } else {
+      text[to++] = text[i++];
+    }
+  }
+  text.resize(to);
 }
 
 /// ".." becomes "."; longer runs of points stay as they are.
@@ -61,8 +78,8 @@ void DropDoubleDots(std::string& text, std::size_t start) {
 
 void CleanupText(std::string& text) {
   const std::size_t start = CleanStart(text);
-  DropLastOf(text, start, ".\\b0 .");
-  DropLastOf(text, start, ".</b>.");
+  DropPointsBehind(text, start, ".\\b0 ");
+  DropPointsBehind(text, start, ".</b>");
   DropIdleDashes(text, start);
   DropDoubleDots(text, start);
 }
