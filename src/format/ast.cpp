@@ -11,7 +11,8 @@ namespace xpft::ast {
 
 namespace {
 
-constexpr std::size_t kLongestNumber = 50;  // characters
+constexpr std::size_t kLongestNumber = 50;         // characters
+constexpr std::size_t kLongestErrorText = 64'000;  // bytes; reports that stop nothing are not added above it
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
@@ -65,7 +66,9 @@ void PftExpr::LogError(IPftContext* ctx, const std::string& source, const std::s
   text += ctx->GetDbName() + ":" + std::to_string(ctx->GetMfn()) + " " + message;
   if (line > 0) text += " at line " + std::to_string(line) + ", column " + std::to_string(column);
   if (code != 0) ctx->SetErrorCode(code);
-  ctx->SetErrorText(ctx->GetErrorText().empty() ? text : ctx->GetErrorText() + "\r\n" + text);
+  const std::string& earlier = ctx->GetErrorText();
+  if (code != 0 || earlier.size() < kLongestErrorText)
+    ctx->SetErrorText(earlier.empty() ? text : earlier + "\r\n" + text);
   if (!ctx->GetNoErrorLog()) utils::LogUtil::XpftErrorLog(text);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "format/ast_field.h"
 #include "format/text_cleanup.h"
@@ -135,7 +136,7 @@ void Velor64Context::PrintWithPostProcessing(std::string_view text) {
 void Velor64Context::InsertSpaces(int count) {
   if (count < 1) return;
   AppendFill(count, ' ');
-  column_ += count;
+  if (errorCode_ == 0) column_ += count;  // else they were too many
 }
 
 void Velor64Context::SetPrintPosition(int column) {
@@ -158,8 +159,9 @@ void Velor64Context::SuppressBlanks() {
     buffer_->pop_back();
     if (line_ > 0) --line_;
   }
-  const std::size_t lineEnd = buffer_->rfind('\r');
-  column_ = static_cast<int>(lineEnd == std::string::npos ? buffer_->size() : buffer_->size() - lineEnd - 1);
+  const auto* lineEnd = static_cast<const char*>(memrchr(buffer_->data(), '\r', buffer_->size()));
+  const char* line = lineEnd ? lineEnd + 1 : buffer_->data();
+  column_ = static_cast<int>(buffer_->data() + buffer_->size() - line);
 }
 
 const char* Velor64Context::GetBuffer(int& length) const {
@@ -181,6 +183,8 @@ void Velor64Context::Clear(bool clearCache) {
   errorCode_ = 0;
   errorText_.clear();
   break_ = ifThenElse_ = while_ = continue_ = exit_ = false;
+  extFmt_ = false;
+  args_ = nullptr;  // those of a run that ended by an exception are gone
   if (clearCache) ClearFieldCache();
 }
 

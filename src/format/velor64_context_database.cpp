@@ -28,6 +28,7 @@ constexpr int kWritesForbidden = -403;
 constexpr int kUnknownFunction = 2;
 constexpr int kLockWaitSeconds = 300;
 constexpr int kAltShelves = 5;
+constexpr std::size_t kMostIdleSpaces = 8;  // each holds files open
 constexpr int kShellRefused = 65;
 
 bool IsRead(int result) {
@@ -117,6 +118,7 @@ void Velor64Context::CloseAltDb() {
   AltSpace alt = std::move(altSpaces_.back());
   altSpaces_.pop_back();
   UseSpace(alt.former, alt.formerShelf, alt.formerAltShelf);
+  if (idleSpaces_.size() == kMostIdleSpaces) idleSpaces_.erase(idleSpaces_.begin());
   idleSpaces_.push_back(std::move(alt));
 }
 
@@ -128,8 +130,11 @@ bool Velor64Context::LoadRecord(int mfn) {
   return IsRead(result);
 }
 
-/// Makes sure that the alternate shelf is there.
+/// Makes sure that the alternate shelf is there. One far behind the last shelf is not worth all those
+/// between.
 bool Velor64Context::TakeAltShelf() {
+  if (!space_) return false;
+  altShelf_ = std::min(altShelf_, space_->shelfCount);
   return altShelf_ < space_->shelfCount ||
          velor_32::VelorInitAltShelf(space_, altShelf_ + 1) == velor_32::kOk;
 }

@@ -21,6 +21,10 @@ namespace {
 
 const Occurrences kNoOccurrences;
 
+int CountFields(const velor_01::TVelorSpace* space, int shelf) {
+  return std::max(velor_32::Velornfields(space, shelf), 0);
+}
+
 bool IsThere(const FieldSelectValue& value) {
   return value.Exists || value.ExistsSubelement;
 }
@@ -176,15 +180,13 @@ void Velor64Context::JoinSubfields(std::string_view text, const Selection& selec
   const int count = CountSubfields(text, selection.code);
   const int first = std::max(selection.subfields.First(count), 0);
   const int last = std::max(std::min(selection.subfields.Last(count), count - 1), first);
-  for (int i = first; i <= last; ++i) {
-    std::string_view part;
-    value.ExistsSubelement |= GetSubElement(text, selection.code, i, part);
-    if (i == first) {
-      value.SetView(part);
-    } else {
-      value.Own() += part;
-    }
+  if (first < last && selection.code != '*') {
+    value.ExistsSubelement = JoinSubFields(text, selection.code, first, last, value.Own());
+    return;
   }
+  std::string_view part;
+  value.ExistsSubelement = GetSubElement(text, selection.code, first, part);
+  value.SetView(part);
 }
 
 /// Cuts the value. The offset is in characters for this value; the bytes that the characters before it take
@@ -249,6 +251,7 @@ int Velor64Context::GetRepeatCount(int tag, const FieldRepeat* repeat, const Sub
 
 int Velor64Context::GetGlobalVarRepeatCount(int tag, const FieldRepeat* repeat, const SubfieldCmd* subfield,
                                             const FieldFragment* fragment, bool includeEmpty) {
+  if (tag == 0 && app_) return CountFields(app::velor_app_global_space(app_), 0);
   if (!repeat && !subfield && !fragment)
     return static_cast<int>(GlobalOccurrencesOf(tag, includeEmpty).size());
   ScratchValues values(this);
@@ -305,7 +308,7 @@ bool Velor64Context::ExistsGlobalVar() {
 }
 
 int Velor64Context::GetFieldCount() const {
-  return std::max(velor_32::Velornfields(space_, currShelf_), 0);
+  return CountFields(space_, currShelf_);
 }
 
 int Velor64Context::GetMfn() const {

@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "format/ast_expr.h"
+#include "format/ast_field.h"
 #include "format/text_cleanup.h"
 #include "format/velor64_context.h"
 #include "format_runner.h"
@@ -39,6 +43,74 @@ TEST(Run, EndsWhenAStopIsAskedFor) {
   app::StopProcess = 1;
   EXPECT_EQ(runner.Run("while 1=1 (v1)").text, "");
   app::StopProcess = 0;
+}
+
+TEST(Run, KeepsNoMoreErrorTextThanIsRead) {
+  FormatRunner runner({{{1, "a"}}});
+  const test::Outcome outcome = runner.Run("while e1<4000 (e1:=e1+1,s1:=(f(1e20,0,0))),e1:=1/0");
+  EXPECT_NE(outcome.errorText.find("value overflow"), std::string::npos);
+  EXPECT_LE(outcome.errorText.size(), 80'000u);
+}
+
+/// Text lengths at which anything that looks at the whole text for each of its parts takes hours.
+TEST(Run, TakesLongTextsAsTheyCome) {
+  constexpr std::size_t kLong = 4'000'000;
+  std::string marked = "<" + std::string(kLong, '=');
+  xpft::ast::ReplaceValue(marked, true);
+  EXPECT_EQ(marked.size(), kLong);
+
+  std::string joined;
+  for (std::size_t i = 0; i < kLong / 8; ++i) joined += ".</b>.. - . - x";
+  xpft::CleanupText(joined);
+  EXPECT_EQ(joined.substr(0, 20), ".</b> - . - x.</b> -");
+
+  using xpft::ast::FNumber;
+  using xpft::ast::SubfieldRepeat;
+  FormatRunner runner({{{1, "a"}}});
+  xpft::Velor64Context context(runner.space());
+  std::string field;
+  for (std::size_t i = 0; i < kLong / 4; ++i) field += "^ab";
+  const xpft::ast::SubfieldCmd all(
+      'a', std::make_unique<SubfieldRepeat>(std::make_unique<FNumber>(2), false, nullptr, true));
+  xpft::FieldSelectValues values;
+  context.GetValues({field}, 1, nullptr, &all, nullptr, values);
+  ASSERT_EQ(values.size(), 1u);
+  EXPECT_EQ(values[0].text(), std::string(kLong / 4 - 1, 'b'));
+}
+
+TEST(Records, AlternateOnesStandBehindTheShelvesThatThereAre) {
+  FormatRunner runner({{{1, "a"}}, {{1, "b"}}});
+  xpft::Velor64Context context(runner.space());
+  const int shelfCount = runner.space()->shelfCount;
+  context.SetAltShelf(1'000'000);
+  ASSERT_TRUE(context.LoadAltRecord(2));
+  EXPECT_EQ(context.GetMfn(), 2);
+  EXPECT_EQ(runner.space()->shelfCount, shelfCount + 1);
+}
+
+TEST(Records, AreNotThereWithoutADatabase) {
+  FormatRunner runner({{{1, "a"}}});
+  xpft::Velor64Context context(runner.ctx(), "nosuch");
+  EXPECT_FALSE(context.LoadRecord(1));
+  EXPECT_FALSE(context.LoadAltRecord(1));
+  EXPECT_FALSE(context.NewAltRecord());
+  EXPECT_FALSE(context.ExistsRecord());
+  EXPECT_EQ(context.GetRepeatCount(1, nullptr, nullptr, nullptr, true), 0);
+}
+
+std::ptrdiff_t OpenFiles() {
+  std::filesystem::directory_iterator files("/proc/self/fd");
+  return std::distance(begin(files), end(files));
+}
+
+TEST(Records, OfOtherDatabasesDoNotKeepAllOfThemOpen) {
+  FormatRunner runner({{{1, "a"}}});
+  const std::ptrdiff_t before = OpenFiles();
+  const std::string dir = runner.dir().Path();
+  const test::Outcome outcome =
+      runner.Run("s1:=('" + dir + "/'),while e1<60 (e1:=e1+1,s1:=(s1,'./'),ref->(s(s1,'oryx'))(1,v1))");
+  EXPECT_EQ(outcome.text, std::string(60, 'a')) << outcome.errorText;
+  EXPECT_LE(OpenFiles() - before, 50);
 }
 
 TEST(Group, GoesOnForOnePassAfterAnOutsidePrint) {
@@ -100,6 +172,9 @@ TEST(Cleanup, TakesAwayWhatJoiningLeaves) {
       {"A. - \rB", "A\rB"},
       {"A. - B", "A. - B"},
       {"head..&&&&&tail..", "head..&&&&&tail."},
+      {".</b>...", ".</b>"},
+      {".</b>.</b>.", ".</b></b>."},
+      {". - . - . - \\par", "\\par"},
       {"", ""},
   };
   for (const auto& c : cases) {
