@@ -120,6 +120,7 @@ void SfncSort::DoCmd(IPftContext* ctx) const {
 
   const Texts keys = ReadItems(ctx, *keys_);
   const Texts values = values_ ? ReadItems(ctx, *values_) : keys;
+  if (ctx->GetErrorCode() != 0) return;
   if (keys.size() != values.size()) {
     LogError(ctx, place_, "Array sizes are inconsistent", kBadSort);
     return;
