@@ -71,16 +71,15 @@ bool GetSubElement(std::string_view text, char code, int index, std::string_view
   return GetFirstSubElement(text, code, value);
 }
 
-bool JoinSubFields(std::string_view text, char code, int first, int last, std::string& out) {
-  bool found = false;
+std::vector<std::string_view> SubFieldRange(std::string_view text, char code, int first, int last) {
+  std::vector<std::string_view> range;
   int index = 0;
   GetSubFields(text, [&](char c, std::string_view body) {
     if (!IsSameCode(c, code)) return true;
-    if (index >= first) out += body;
-    found |= index >= first;
+    if (index >= first) range.push_back(body);
     return index++ < last;
   });
-  return found;
+  return range;
 }
 
 int CountSubfields(std::string_view text, char code) {

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Parts of a field's text: subfields, and fragments by characters.
 namespace xpft::ast {
@@ -18,9 +19,9 @@ bool GetFirstSubElement(std::string_view text, char code, std::string_view& valu
 bool GetSubElement(std::string_view text, char code, int index, std::string_view& value);
 /// The n-th subfield of that code, from 0.
 bool GetSubField(std::string_view text, char code, int index, std::string_view& value);
-/// Appends the n-th to the m-th subfield of that code to `out`, with nothing between them. Result: whether
-/// there was one.
-bool JoinSubFields(std::string_view text, char code, int first, int last, std::string& out);
+/// The subfields of that code from the n-th to the m-th, as far as they are there.
+[[nodiscard]] std::vector<std::string_view> SubFieldRange(std::string_view text, char code, int first,
+                                                          int last);
 /// Subfields of that code.
 [[nodiscard]] int CountSubfields(std::string_view text, char code);
 

@@ -65,6 +65,22 @@ std::string ReplaceSubfieldOccurrence(std::string_view text, char code, int inde
   return out.replace(body.begin, body.length, rewritten);
 }
 
+/// The text with a range of subfields rewritten, all of which are there.
+std::string ReplaceSubfieldRange(std::string_view text, char code, int first, int last,
+                                 const FieldFragment* fragment, std::string_view value) {
+  std::string out;
+  std::size_t kept = 0;  // bytes of the text that are dealt with
+  for (const std::string_view body : SubFieldRange(text, code, first, last)) {
+    const auto begin = static_cast<std::size_t>(body.data() - text.data());
+    const std::string rewritten = ReplaceFieldOccurrence(body, fragment, value);
+    const std::size_t markLength = rewritten.empty() ? 2 : 0;
+    out.append(text, kept, begin - markLength - kept);
+    out += rewritten;
+    kept = begin + body.size();
+  }
+  return out.append(text, kept);
+}
+
 /// The field of a record that an assignment changes.
 class TargetField {
  public:
@@ -136,16 +152,12 @@ struct Target {
   /// The text of an occurrence after the assignment.
   [[nodiscard]] std::string Rewrite(std::string_view text, std::string_view value) const {
     if (!hasSubfield) return ReplaceFieldOccurrence(text, fragment, value);
+    if (!subfields.isGiven) return ReplaceSubfieldOccurrence(text, code, 0, fragment, value);
     const int count = CountSubfields(text, code);
-    int first = 0;
-    int last = 0;
-    if (subfields.isGiven) {
-      first = std::max(subfields.First(count), 0);
-      last = std::max(std::min(subfields.Last(count), count - 1), first);
-    }
-    std::string out(text);
-    for (int i = last; i >= first; --i) out = ReplaceSubfieldOccurrence(out, code, i, fragment, value);
-    return out;
+    const int first = std::max(subfields.First(count), 0);
+    const int last = std::min(subfields.Last(count), count - 1);
+    if (first >= last || code == '*') return ReplaceSubfieldOccurrence(text, code, first, fragment, value);
+    return ReplaceSubfieldRange(text, code, first, last, fragment, value);
   }
 };
 

@@ -181,7 +181,9 @@ void Velor64Context::JoinSubfields(std::string_view text, const Selection& selec
   const int first = std::max(selection.subfields.First(count), 0);
   const int last = std::max(std::min(selection.subfields.Last(count), count - 1), first);
   if (first < last && selection.code != '*') {
-    value.ExistsSubelement = JoinSubFields(text, selection.code, first, last, value.Own());
+    const std::vector<std::string_view> parts = SubFieldRange(text, selection.code, first, last);
+    for (const std::string_view part : parts) value.Own() += part;
+    value.ExistsSubelement = !parts.empty();
     return;
   }
   std::string_view part;
