@@ -1,7 +1,6 @@
 #include "format/format_cache.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 #include <vector>
 
@@ -16,28 +15,6 @@ namespace {
 constexpr std::chrono::minutes kIdleTime{30};
 constexpr std::chrono::minutes kSweepPause{1};  // between two looks for idle entries
 constexpr std::size_t kMaxEntries = 4096;       // of each kind
-
-/// A reference "name" or "%n,name" without its "@".
-struct FormatReference {
-  VelorPath kind = VelorPath::kDatabaseFile;
-  std::string name;  // without extension
-
-  [[nodiscard]] std::string FileName() const { return name + ".pft"; }
-};
-
-FormatReference ParseReference(const std::string& text) {
-  FormatReference reference{.name = text};
-  const std::size_t comma = text.find(',');
-  if (!text.starts_with('%') || comma == std::string::npos) return reference;
-  int kind = 0;
-  const char* end = text.data() + comma;
-  if (const auto [stop, error] = std::from_chars(text.data() + 1, end, kind);
-      stop != end || error != std::errc())
-    return reference;
-  reference.kind = static_cast<VelorPath>(kind);
-  reference.name = text.substr(comma + 1);
-  return reference;
-}
 
 const std::string& DatabaseOf(const Velor64Context* ctx) {
   static const std::string none;
@@ -94,14 +71,14 @@ std::shared_ptr<XpftFormatter> Velor64Cache::GetFileNotFoundFormatter(Velor64Con
                                                                       const std::string& name) {
   if (ctx->GetErrorText().empty()) ctx->SetErrorText("file not found " + name);
   auto list = std::make_unique<ast::CommandList>();
-  list->Add(
-      std::make_unique<ast::UncondLiter>(" !" + ParseReference(name).FileName() + ": FILE NOT FOUND! "));
+  list->Add(std::make_unique<ast::UncondLiter>(" !" + ParseFormatReference(name).FileName() +
+                                               ": FILE NOT FOUND! "));
   return std::make_shared<XpftFormatter>(std::move(list));
 }
 
 bool Velor64Cache::GetFormatText(Velor64Context* ctx, const std::string& name, std::string& text,
                                  std::string& path) {
-  const FormatReference reference = ParseReference(name);
+  const FormatReference reference = ParseFormatReference(name);
   path = ctx->LookupFile(reference.kind, DatabaseOf(ctx), reference.FileName(), true);
   std::string bytes;
   if (path.empty() || !ctx->ReadFile(reference.kind, reference.FileName(), true, bytes)) return false;
@@ -110,7 +87,7 @@ bool Velor64Cache::GetFormatText(Velor64Context* ctx, const std::string& name, s
 }
 
 std::time_t Velor64Cache::GetFormatLastWriteDate(Velor64Context* ctx, const std::string& name) {
-  const FormatReference reference = ParseReference(name);
+  const FormatReference reference = ParseFormatReference(name);
   std::time_t date = 0;
   return ctx->ReadFileDate(reference.kind, reference.FileName(), true, date) ? date : 0;
 }
