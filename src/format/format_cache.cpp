@@ -15,6 +15,7 @@ namespace {
 constexpr std::chrono::minutes kIdleTime{30};
 constexpr std::chrono::minutes kSweepPause{1};  // between two looks for idle entries
 constexpr std::size_t kMaxEntries = 4096;       // of each kind
+constexpr std::size_t kMaxTextBytes = 4 << 20;  // of all texts; a tree may take thirty times its text
 
 const std::string& DatabaseOf(const Velor64Context* ctx) {
   static const std::string none;
@@ -119,10 +120,11 @@ std::shared_ptr<XpftFormatter> Velor64Cache::Find(Items& items, const std::strin
 
 void Velor64Cache::Store(Items& items, const std::string& key, std::shared_ptr<XpftFormatter> formatter,
                          std::time_t date) {
-  const Clock::time_point now = Clock::now();
   const std::lock_guard lock(mutex_);
+  const Clock::time_point now = Clock::now();
   if (now - lastSweep_ > kSweepPause) Sweep(now - kIdleTime);
   if (items.size() >= kMaxEntries) MakeRoom(items, now);
+  if (&items == &texts_) MakeRoomForText(key.size(), now);
   items.insert_or_assign(key, CacheItem<std::shared_ptr<XpftFormatter>>{std::move(formatter), date, now});
 }
 
@@ -133,6 +135,15 @@ void Velor64Cache::MakeRoom(Items& items, Clock::time_point now) {
   const auto middle = ages.begin() + static_cast<std::ptrdiff_t>(ages.size() / 2);
   std::nth_element(ages.begin(), middle, ages.end());
   std::erase_if(items, [&](const auto& entry) { return now - entry.second.lastUse >= *middle; });
+}
+
+void Velor64Cache::MakeRoomForText(std::size_t length, Clock::time_point now) {
+  textBytes_ += length;
+  while (textBytes_ > kMaxTextBytes && !texts_.empty()) {
+    MakeRoom(texts_, now);
+    textBytes_ = length;
+    for (const auto& [text, item] : texts_) textBytes_ += text.size();
+  }
 }
 
 int Velor64Cache::GetCount() {
