@@ -30,20 +30,17 @@ void FieldAssign::GetFieldTags(IPftContext* ctx, std::vector<int>& tags) const {
   AddTags(ctx, tags, spec_.repeat.get(), spec_.subfield.get(), value_.get());
 }
 
-/// The value, when it is one field that is taken occurrence by occurrence. In a group a narrowed field means
-/// the occurrence of the pass.
-const Field* FieldAssign::PlainSource(IPftContext* ctx) const {
-  if (value_->GetList().size() != 1) return nullptr;
-  const Field* field = FindPlainField(value_->GetList().front().get());
-  if (field && !IsWholeField(*field) && ctx->GetIsRepGroupContext()) return nullptr;
-  return field;
+/// The value, when it is one field that is copied with its occurrences.
+const Field* FieldAssign::PlainSource() const {
+  return value_->GetList().size() == 1 ? FindPlainField(value_->GetList().front().get()) : nullptr;
 }
 
 void FieldAssign::DoCmd(IPftContext* ctx) const {
   if (!value_) return;
-  if (const Field* field = PlainSource(ctx)) {
-    const PlainFieldReader reader(ctx, *field);
-    Assign(ctx, spec_, reader.occurrences());
+  if (const Field* field = PlainSource()) {
+    Occurrences occurrences;
+    ReadPlainField(ctx, *field, occurrences);
+    Assign(ctx, spec_, occurrences);
     return;
   }
   // Letter case follows the mode here: what is assigned is what would have been printed.

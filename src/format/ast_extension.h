@@ -107,7 +107,7 @@ class FieldAssign : public ICommand {
                       const std::vector<std::string_view>& occurrences) const = 0;
 
  private:
-  [[nodiscard]] const Field* PlainSource(IPftContext* ctx) const;
+  [[nodiscard]] const Field* PlainSource() const;
 
   std::string target_;
   FieldAssignSpec spec_;

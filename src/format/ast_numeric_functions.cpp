@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <ctime>
 #include <cwctype>
-#include <numeric>
 
 #include "format/char_text.h"
 #include "format/extended_number_cast.h"
@@ -62,24 +61,18 @@ long double RangeNumeric::GetNumVal(IPftContext* ctx) const {
   } else {
     ICommand::GetArguments(ctx, list(), *text);
   }
-  std::vector<long double> values;
+  Totals totals;
   std::size_t position = 0;
   std::string_view digits;
-  while (FindNumericString(*text, position, digits)) (void)ParseNumericString(digits, values.emplace_back());
-  return values.empty() ? 0 : Combine(values);
-}
-
-long double NfncRsum::Combine(const std::vector<long double>& values) const {
-  return std::accumulate(values.begin(), values.end(), 0.0L);
-}
-long double NfncRmin::Combine(const std::vector<long double>& values) const {
-  return *std::min_element(values.begin(), values.end());
-}
-long double NfncRmax::Combine(const std::vector<long double>& values) const {
-  return *std::max_element(values.begin(), values.end());
-}
-long double NfncRavr::Combine(const std::vector<long double>& values) const {
-  return std::accumulate(values.begin(), values.end(), 0.0L) / static_cast<long double>(values.size());
+  while (FindNumericString(*text, position, digits)) {
+    long double value = 0;
+    (void)ParseNumericString(digits, value);
+    const bool isFirst = totals.count++ == 0;
+    totals.sum += value;
+    totals.least = isFirst ? value : std::min(totals.least, value);
+    totals.greatest = isFirst ? value : std::max(totals.greatest, value);
+  }
+  return totals.count == 0 ? 0 : Choose(totals);
 }
 
 // ---- characters of a text ----

@@ -76,9 +76,15 @@ class RangeNumeric : public ListNumeric {
   [[nodiscard]] long double GetNumVal(IPftContext* ctx) const override;
 
  protected:
+  /// What is kept of the numbers; `count` is not 0.
+  struct Totals {
+    long double sum = 0;
+    long double least = 0;
+    long double greatest = 0;
+    std::size_t count = 0;
+  };
   [[nodiscard]] virtual const char* Name() const = 0;
-  /// `values` is not empty.
-  [[nodiscard]] virtual long double Combine(const std::vector<long double>& values) const = 0;
+  [[nodiscard]] virtual long double Choose(const Totals& totals) const = 0;
 
  private:
   bool notPlus_;
@@ -91,7 +97,7 @@ class NfncRsum : public RangeNumeric {
 
  protected:
   [[nodiscard]] const char* Name() const override { return "rsum"; }
-  [[nodiscard]] long double Combine(const std::vector<long double>& values) const override;
+  [[nodiscard]] long double Choose(const Totals& totals) const override { return totals.sum; }
 };
 
 class NfncRmin : public RangeNumeric {
@@ -101,7 +107,7 @@ class NfncRmin : public RangeNumeric {
 
  protected:
   [[nodiscard]] const char* Name() const override { return "rmin"; }
-  [[nodiscard]] long double Combine(const std::vector<long double>& values) const override;
+  [[nodiscard]] long double Choose(const Totals& totals) const override { return totals.least; }
 };
 
 class NfncRmax : public RangeNumeric {
@@ -111,7 +117,7 @@ class NfncRmax : public RangeNumeric {
 
  protected:
   [[nodiscard]] const char* Name() const override { return "rmax"; }
-  [[nodiscard]] long double Combine(const std::vector<long double>& values) const override;
+  [[nodiscard]] long double Choose(const Totals& totals) const override { return totals.greatest; }
 };
 
 class NfncRavr : public RangeNumeric {
@@ -121,7 +127,9 @@ class NfncRavr : public RangeNumeric {
 
  protected:
   [[nodiscard]] const char* Name() const override { return "ravr"; }
-  [[nodiscard]] long double Combine(const std::vector<long double>& values) const override;
+  [[nodiscard]] long double Choose(const Totals& totals) const override {
+    return totals.sum / static_cast<long double>(totals.count);
+  }
 };
 
 /// INSTR(a, b): place of b in a, in characters from 1; 0 when it is not there or a text is empty.

@@ -18,7 +18,7 @@ constexpr int kWidestMfn = 10;         // digits of the default form
 constexpr int kWidestMfnForm = 10000;  // keeps a wild length from filling the memory
 constexpr int kWritesForbidden = -403;
 
-void PrintNumber(IPftContext* ctx, long double value) {
+void PrintWhole(IPftContext* ctx, long double value) {
   ctx->Print(std::to_string(ToInt64(value)));
 }
 
@@ -30,7 +30,7 @@ void Mfn::Print(IPrintContext* out) const {
   out->Print("mfn");
   if (length_ == kDefaultMfnDigits && noPlus_) return;
   out->Print(noPlus_ ? "(" : "(+");
-  ast::PrintNumber(out, length_);
+  PrintNumber(out, length_);
   out->Print(")");
 }
 
@@ -51,7 +51,7 @@ void MaxMfn::Print(IPrintContext* out) const {
   out->Print("maxmfn");
 }
 void MaxMfn::DoCmd(IPftContext* ctx) const {
-  PrintNumber(ctx, GetNumVal(ctx));
+  PrintWhole(ctx, GetNumVal(ctx));
 }
 long double MaxMfn::GetNumVal(IPftContext* ctx) const {
   return static_cast<long double>(ctx->GetMaxMfn()) - 1;
@@ -61,7 +61,7 @@ void Version::Print(IPrintContext* out) const {
   out->Print("ver");
 }
 void Version::DoCmd(IPftContext* ctx) const {
-  PrintNumber(ctx, GetNumVal(ctx));
+  PrintWhole(ctx, GetNumVal(ctx));
 }
 long double Version::GetNumVal(IPftContext* ctx) const {
   return ctx->GetVersion();
@@ -288,11 +288,11 @@ void SfncNewRec::DoCmd(IPftContext* ctx) const {
     const ControlState control(ctx);
     ctx->PushState(&*text);
     ctx->Start();
-    {
-      const OutsideGroup outside(ctx);
-      RunOnNewRecord(ctx, isElsewhere ? &name : nullptr);
-    }
+    ctx->PushRepGrpState();
+    ctx->EndRepGroup();
+    RunOnNewRecord(ctx, isElsewhere ? &name : nullptr);
     ctx->PopState();
+    ctx->PopRepGrpState();
   }
   ctx->Print(*text);
 }

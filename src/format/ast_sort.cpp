@@ -50,9 +50,10 @@ bool HoldsPlainFieldsOnly(const CommandList& list) {
 Texts ReadItems(IPftContext* ctx, const CommandList& list) {
   Texts items;
   if (!ctx->GetIsRepGroupContext() && HoldsPlainFieldsOnly(list)) {
+    Occurrences occurrences;
     for (const Owned<ICommand>& command : list.GetList()) {
-      const PlainFieldReader reader(ctx, *FindPlainField(command.get()));
-      items.insert(items.end(), reader.occurrences().begin(), reader.occurrences().end());
+      ReadPlainField(ctx, *FindPlainField(command.get()), occurrences);
+      items.insert(items.end(), occurrences.begin(), occurrences.end());
     }
     return items;
   }

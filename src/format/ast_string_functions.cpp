@@ -7,7 +7,6 @@
 #include "format/node_support.h"
 #include "format/outside_group.h"
 #include "format/xpft_formatter.h"
-#include "utils/md5.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
 

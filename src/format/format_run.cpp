@@ -111,6 +111,7 @@ int Velor_InitXPFT(TVelorSpace* space, const char* text, int length) {
   return velor_32::AtEdge([&] {
     FormatState& state = StateOf(space);
     state.format.reset();
+    state.result.Empty();
     state.context.Clear();
     const std::string prepared = Prepare(space, {text, static_cast<std::size_t>(length)});
     state.format = state.context.GetPrintFormat(prepared, false);

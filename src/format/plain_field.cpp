@@ -9,22 +9,12 @@ const Field* FindPlainField(const ICommand* command) {
   return isPlain ? field : nullptr;
 }
 
-bool IsWholeField(const Field& field) {
-  return !field.GetRepeat() && !field.GetSubfield() && !field.GetFragment();
-}
-
-PlainFieldReader::PlainFieldReader(IPftContext* ctx, const Field& field) : values_(ctx) {
-  const int tag = field.GetSelect()->GetTag();
+void ReadPlainField(IPftContext* ctx, const Field& field, Occurrences& occurrences) {
   if (field.GetSelect()->GetType() == NodeType::kGVarSelect) {
-    ctx->GetGlobalVarField(tag, occurrences_);
+    ctx->GetGlobalVarField(field.GetSelect()->GetTag(), occurrences);
   } else {
-    ctx->GetRecordField(tag, occurrences_);
+    ctx->GetRecordField(field.GetSelect()->GetTag(), occurrences);
   }
-  if (IsWholeField(field)) return;
-
-  ctx->GetValues(occurrences_, tag, field.GetRepeat(), field.GetSubfield(), field.GetFragment(), *values_);
-  occurrences_.clear();
-  for (std::size_t i = 0; i < (*values_).size(); ++i) occurrences_.push_back((*values_)[i].text());
 }
 
 }  // namespace xpft::ast

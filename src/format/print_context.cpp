@@ -1,6 +1,7 @@
 #include "format/print_context.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace xpft {
 
@@ -11,6 +12,18 @@ constexpr int kIndentWidth = 2;  // columns
 
 bool EndsLine(std::string_view text) {
   return text.back() == '\n' || text.back() == '\r';
+}
+
+/// Bytes that keywords, numbers and names of formats and functions are made of.
+bool IsWordByte(char c) {
+  constexpr std::string_view kMarks = "_$-!";
+  return std::isalnum(static_cast<unsigned char>(c)) != 0 || kMarks.find(c) != std::string_view::npos;
+}
+
+/// Whether a line end alone between two texts would let the reader take them for one word: it passes over
+/// line ends, and over a comment inside a word.
+bool WouldRunTogether(std::string_view before, std::string_view after) {
+  return !before.empty() && IsWordByte(before.back()) && (IsWordByte(after[0]) || after[0] == '/');
 }
 
 }  // namespace
@@ -46,6 +59,7 @@ void PrettyPrintContext::NewLine() {
 
 void PrettyPrintContext::Print(std::string_view text) {
   if (text.empty()) return;
+  if (pendingLines_ > 0 && indent_ <= 0 && WouldRunTogether(text_, text)) text_ += ' ';
   for (; pendingLines_ > 0; --pendingLines_) text_ += kLineEnd;
   if (column_ == 0) {
     column_ = kIndentWidth * std::max(indent_, 0);

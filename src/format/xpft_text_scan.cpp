@@ -117,9 +117,10 @@ std::size_t FindTextBlockEnd(std::string_view text, std::size_t at) {
   if (!OpensTextBlock(text, at)) return std::string_view::npos;
 
   const std::string_view rest = text.substr(at + kBlockOpen.size());
-  const auto found = std::ranges::search(rest, kBlockClose, EqualsNoCase);
-  if (found.empty()) return std::string_view::npos;
-  return static_cast<std::size_t>(found.begin() - text.begin());
+  const auto found =
+      std::search(rest.begin(), rest.end(), kBlockClose.begin(), kBlockClose.end(), EqualsNoCase);
+  if (found == rest.end()) return std::string_view::npos;
+  return static_cast<std::size_t>(found - text.begin());
 }
 
 bool HasSemicolonInParentheses(std::string_view text, std::size_t at) {

@@ -42,7 +42,7 @@ TEST_F(ReformatTest, Tables) {
       {"empty lines are none", {"1 0 #,v200^a,#,#", "2 0 v9"}, {{1, "Oryx"}}},
       {"one tag from two lines", {"1 0 v700[1]", "1 0 v700[2]"}, {{1, "Roan"}, {1, "Addax"}}},
       {"the rest comes last",
-       {"0 0 v0", "1 0 'x'"},
+       {"0 0 (v0/)", "1 0 'x'"},
        {{1, "x"}, {200, "^aOryx^eред"}, {700, "Roan"}, {700, "Addax"}}},
       {"lines of the rest that are no fields", {"0 0 'x'/'#5: y'/'#x: z'/'#0: n'/'#6: '/'#7:k'"}, {{5, "y"}}},
       {"no UTF-8", {"1 0 v700[1]*0.1,'x'", "2 0 !'\xFF'", "3 0 'z'"}, {{1, "Rx"}, {3, "z"}}},
@@ -54,7 +54,7 @@ TEST_F(ReformatTest, Tables) {
     SCOPED_TRACE(row.why);
     EXPECT_EQ(Reformat(record, row.lines), row.wanted);
   }
-  EXPECT_EQ(Reformat(record, {"0 0 v0", "1 0 'x'"}, false), (Fields{{1, "x"}}));
+  EXPECT_EQ(Reformat(record, {"0 0 (v0/)", "1 0 'x'"}, false), (Fields{{1, "x"}}));
 }
 
 TEST(ScanFormatTest, Marks) {

@@ -165,4 +165,30 @@ TEST(PrintFileTest, Outcomes) {
   EXPECT_EQ(said.str(), "v200\n");
 }
 
+TEST(PrintFileTest, APrettyFormatReadsAsTheSameOne) {
+  const test::TempDir dir;
+  std::ostringstream said;
+  const char* const formats[] = {
+      "if v1='a' then if v2='b' then 'x' fi fi",
+      "if a(v1) then x3 else mfn fi",
+      "select v1 case 'a':'x' elsecase if v1='b' then mpl fi endsel, mfn",
+      "while l(v1)=2 (if v1='a' then @na-me fi)",
+      "if v1='a' then\r\n  mfn\r\n /* remark\r\nfi mpl /* another\r\n mfn",
+      "(v1/),if v2='b'\r\n then v3^a*0.5(1,2)|, | fi",
+  };
+  for (const char* format : formats) {
+    SCOPED_TRACE(format);
+    const auto print = [&](const std::string& from, const std::string& to, bool pretty) {
+      EXPECT_TRUE(xpft::XpftPrintFile(dir.File(from), dir.File(to), pretty, said)) << said.str();
+      return dir.Read(to);
+    };
+    dir.Write("in", format);
+    const std::string plain = print("in", "plain", false);
+    const std::string pretty = print("in", "pretty", true);
+    EXPECT_EQ(print("pretty", "again", true), pretty);
+    EXPECT_EQ(print("pretty", "again", false), plain);
+    EXPECT_EQ(print("plain", "again", true), pretty);
+  }
+}
+
 }  // namespace
