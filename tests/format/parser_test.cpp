@@ -262,6 +262,7 @@ TEST(Parser, ReadsWhatThePrinterWrites) {
       {"e1:=-(2-3)*4-1-(5-1)", "e1:=-(2-3)*4-1-(5-1)"},
       {"e1:=9223372036854775807", "e1:=9.223372036854775807e+18"},
       {"e1:=5e", "e1:=0"},
+      {"e1:=7e6794", "e1:=1e9999"},
       {"e1:=.", "e1:=0"},
       // Two spellings of lists.
       {"left(v1,5),left(v1,mfn;5),left('a;b',mfn)", "left(v1;5), left(v1, mfn;5), left('a;b';mfn)"},
