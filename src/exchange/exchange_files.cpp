@@ -32,7 +32,7 @@ std::string LookupFile(const app::VelorAppContext* ctx, const std::string& datab
                        const char* extension) {
   if (utils::PathUtil::IsFile(name)) return name;
   for (const auto kind : {xpft::VelorPath::kDatabase, xpft::VelorPath::kWork}) {
-    const std::string path = xpft::LookupFile(ctx, kind, database, name + extension, true);
+    std::string path = xpft::LookupFile(ctx, kind, database, name + extension, true);
     if (!path.empty()) return path;
   }
   return {};

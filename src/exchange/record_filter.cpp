@@ -17,9 +17,9 @@ namespace {
 
 constexpr int kMaxLength = 32000;
 
-bool IsFormatFile(const velor_01::TVelorSpace* space, const std::string& name) {
-  constexpr auto kKind = xpft::VelorPath::kDatabaseFile;
-  return !xpft::LookupFile(space->app, kKind, space->path, name + ".pft", true).empty();
+bool IsFormatFile(const velor_01::TVelorSpace* space, const std::string& text) {
+  const xpft::FormatReference reference = xpft::ParseFormatReference(text);
+  return !xpft::LookupFile(space->app, reference.kind, space->path, reference.FileName(), true).empty();
 }
 
 }  // namespace

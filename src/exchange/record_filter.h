@@ -13,9 +13,9 @@ namespace velora {
 /// around a bare condition "(IF ... then '1' FI)".
 [[nodiscard]] std::string ScanFormat(std::string_view expression);
 
-/// The format, as UTF-8, that the words of a command line name: "@name" for a file, also where the text alone
-/// is the name of one that the database or the deposit directory has; any other text is the format itself. ""
-/// for an "@name" that is not there.
+/// The format, as UTF-8, that the words of a command line name: "@name" or "@%n,name" for a file, also where
+/// the text alone is the name of one that the database or the deposit directory has; any other text is the
+/// format itself. "" for an "@name" that is not there.
 [[nodiscard]] std::string LookupFormat(const velor_01::TVelorSpace* space, const std::string& words);
 
 class RecordFilter {

@@ -161,9 +161,9 @@ void IfThenElse::DoCmd(IPftContext* ctx) const {
 }
 
 void While::Print(IPrintContext* out) const {
-  out->Print("while ");
+  out->Print("while (");  // "while e1<mfn (" would read as a call of mfn
   PrintChild(out, condition_.get());
-  out->Print(" (");
+  out->Print(") (");
   PrintBlock(out, body_.get());
   out->Print(")");
 }

@@ -31,6 +31,7 @@ void PrintInParentheses(IPrintContext* out, const PftExpr* node, bool needed) {
 /// Digits that give the same value when they are read again: a whole number without a point, others with one
 /// or with an exponent, so that they are not taken for an integer.
 std::string NumberText(long double value) {
+  if (std::isinf(value)) return "1e9999";  // beyond the range, as it was when it was read
   char digits[64];
   std::to_chars_result end{};
   if (value == std::floor(value) && value < 1e18L) {

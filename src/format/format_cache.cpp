@@ -1,7 +1,6 @@
 #include "format/format_cache.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 #include <vector>
 
@@ -16,28 +15,7 @@ namespace {
 constexpr std::chrono::minutes kIdleTime{30};
 constexpr std::chrono::minutes kSweepPause{1};  // between two looks for idle entries
 constexpr std::size_t kMaxEntries = 4096;       // of each kind
-
-/// A reference "name" or "%n,name" without its "@".
-struct FormatReference {
-  VelorPath kind = VelorPath::kDatabaseFile;
-  std::string name;  // without extension
-
-  [[nodiscard]] std::string FileName() const { return name + ".pft"; }
-};
-
-FormatReference ParseReference(const std::string& text) {
-  FormatReference reference{.name = text};
-  const std::size_t comma = text.find(',');
-  if (!text.starts_with('%') || comma == std::string::npos) return reference;
-  int kind = 0;
-  const char* end = text.data() + comma;
-  if (const auto [stop, error] = std::from_chars(text.data() + 1, end, kind);
-      stop != end || error != std::errc())
-    return reference;
-  reference.kind = static_cast<VelorPath>(kind);
-  reference.name = text.substr(comma + 1);
-  return reference;
-}
+constexpr std::size_t kMaxTextBytes = 4 << 20;  // of all texts; a tree may take thirty times its text
 
 const std::string& DatabaseOf(const Velor64Context* ctx) {
   static const std::string none;
@@ -94,14 +72,14 @@ std::shared_ptr<XpftFormatter> Velor64Cache::GetFileNotFoundFormatter(Velor64Con
                                                                       const std::string& name) {
   if (ctx->GetErrorText().empty()) ctx->SetErrorText("file not found " + name);
   auto list = std::make_unique<ast::CommandList>();
-  list->Add(
-      std::make_unique<ast::UncondLiter>(" !" + ParseReference(name).FileName() + ": FILE NOT FOUND! "));
+  list->Add(std::make_unique<ast::UncondLiter>(" !" + ParseFormatReference(name).FileName() +
+                                               ": FILE NOT FOUND! "));
   return std::make_shared<XpftFormatter>(std::move(list));
 }
 
 bool Velor64Cache::GetFormatText(Velor64Context* ctx, const std::string& name, std::string& text,
                                  std::string& path) {
-  const FormatReference reference = ParseReference(name);
+  const FormatReference reference = ParseFormatReference(name);
   path = ctx->LookupFile(reference.kind, DatabaseOf(ctx), reference.FileName(), true);
   std::string bytes;
   if (path.empty() || !ctx->ReadFile(reference.kind, reference.FileName(), true, bytes)) return false;
@@ -110,7 +88,7 @@ bool Velor64Cache::GetFormatText(Velor64Context* ctx, const std::string& name, s
 }
 
 std::time_t Velor64Cache::GetFormatLastWriteDate(Velor64Context* ctx, const std::string& name) {
-  const FormatReference reference = ParseReference(name);
+  const FormatReference reference = ParseFormatReference(name);
   std::time_t date = 0;
   return ctx->ReadFileDate(reference.kind, reference.FileName(), true, date) ? date : 0;
 }
@@ -142,10 +120,11 @@ std::shared_ptr<XpftFormatter> Velor64Cache::Find(Items& items, const std::strin
 
 void Velor64Cache::Store(Items& items, const std::string& key, std::shared_ptr<XpftFormatter> formatter,
                          std::time_t date) {
-  const Clock::time_point now = Clock::now();
   const std::lock_guard lock(mutex_);
+  const Clock::time_point now = Clock::now();
   if (now - lastSweep_ > kSweepPause) Sweep(now - kIdleTime);
   if (items.size() >= kMaxEntries) MakeRoom(items, now);
+  if (&items == &texts_) MakeRoomForText(key.size(), now);
   items.insert_or_assign(key, CacheItem<std::shared_ptr<XpftFormatter>>{std::move(formatter), date, now});
 }
 
@@ -156,6 +135,15 @@ void Velor64Cache::MakeRoom(Items& items, Clock::time_point now) {
   const auto middle = ages.begin() + static_cast<std::ptrdiff_t>(ages.size() / 2);
   std::nth_element(ages.begin(), middle, ages.end());
   std::erase_if(items, [&](const auto& entry) { return now - entry.second.lastUse >= *middle; });
+}
+
+void Velor64Cache::MakeRoomForText(std::size_t length, Clock::time_point now) {
+  textBytes_ += length;
+  while (textBytes_ > kMaxTextBytes && !texts_.empty()) {
+    MakeRoom(texts_, now);
+    textBytes_ = length;
+    for (const auto& [text, item] : texts_) textBytes_ += text.size();
+  }
 }
 
 int Velor64Cache::GetCount() {

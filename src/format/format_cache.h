@@ -18,8 +18,9 @@ class Velor64Context;
 ///
 /// A format is compiled once. One that fails to compile is not kept, so it is tried again. Entries that were
 /// not used for half an hour are dropped when something new is compiled, and the older half of the texts when
-/// there are very many: formats that make formats of their own make a new one for each record. All access is
-/// under the mutex; a formatter is given out by shared pointer, so that one in use outlives its entry.
+/// there are very many or they are very long: formats that make formats of their own make a new one for each
+/// record. All access is under the mutex; a formatter is given out by shared pointer, so that one in use
+/// outlives its entry.
 class Velor64Cache {
  public:
   /// `fileDateCheck` fixes whether the cache can compare an entry with the date of its file; the run-time
@@ -67,9 +68,10 @@ class Velor64Cache {
   std::shared_ptr<XpftFormatter> Find(Items& items, const std::string& key, const std::time_t* date);
   void Store(Items& items, const std::string& key, std::shared_ptr<XpftFormatter> formatter,
              std::time_t date);
-  // The next two are called under the mutex.
+  // The next three are called under the mutex.
   void Sweep(Clock::time_point before);
   void MakeRoom(Items& items, Clock::time_point now);
+  void MakeRoomForText(std::size_t length, Clock::time_point now);
   static std::shared_ptr<XpftFormatter> Compile(Velor64Context* ctx, std::string_view name,
                                                 const std::string& text, bool quiet);
 
@@ -78,6 +80,7 @@ class Velor64Cache {
   std::mutex mutex_;
   Items files_;
   Items texts_;
+  std::size_t textBytes_ = 0;  // of the texts, at most: it is counted anew when it grows beyond measure
   Clock::time_point lastSweep_ = Clock::now();
 };
 

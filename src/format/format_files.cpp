@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <charconv>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -134,6 +135,20 @@ std::time_t ReadFileDate(const app::VelorAppContext* ctx, VelorPath kind, const 
   const std::string path = LookupFile(ctx, kind, database, name, useDatabase);
   struct stat state {};
   return !path.empty() && ::stat(path.c_str(), &state) == 0 ? state.st_mtime : 0;
+}
+
+FormatReference ParseFormatReference(const std::string& text) {
+  FormatReference reference{.name = text};
+  const std::size_t comma = text.find(',');
+  if (!text.starts_with('%') || comma == std::string::npos) return reference;
+  int kind = 0;
+  const char* end = text.data() + comma;
+  if (const auto [stop, error] = std::from_chars(text.data() + 1, end, kind);
+      stop != end || error != std::errc())
+    return reference;
+  reference.kind = static_cast<VelorPath>(kind);
+  reference.name = text.substr(comma + 1);
+  return reference;
 }
 
 std::string TextOfFile(std::string_view bytes) {

@@ -33,6 +33,17 @@ namespace xpft {
                                        const std::string& database, const std::string& name,
                                        bool useDatabase);
 
+/// A reference to a format file, without its "@": "name", or "%n,name" where n is a VelorPath.
+struct FormatReference {
+  VelorPath kind = VelorPath::kDatabaseFile;
+  std::string name;  // without extension
+
+  [[nodiscard]] std::string FileName() const { return name + ".pft"; }
+};
+
+/// What is not of the second form is a name as a whole.
+[[nodiscard]] FormatReference ParseFormatReference(const std::string& text);
+
 /// The text of a file as UTF-8: without byte-order mark, converted from cp1251 unless it is UTF-8 already.
 [[nodiscard]] std::string TextOfFile(std::string_view bytes);
 

@@ -161,14 +161,14 @@ bool ReadFirstRecord(app::VelorAppContext* ctx, velor_01::TVelorSpace* space) {
 
 }  // namespace
 
-int VelorFst2Ifs(app::VelorAppContext* ctx, std::string database, std::string inputPath,
-                 std::string outputPath, std::ostream& out) {
-  database = utils::StringUtils::ToLower(database);
+int VelorFst2Ifs(app::VelorAppContext* ctx, const std::string& database, const std::string& inputPath,
+                 const std::string& outputPath, std::ostream& out) {
+  const std::string name = utils::StringUtils::ToLower(database);
   int result = velor_32::kOk;
-  const velor_32::SpacePointer space(VelorOpenDb(ctx, database, out, &result));
+  const velor_32::SpacePointer space(VelorOpenDb(ctx, name, out, &result));
   if (!space) return result;
   out << "VelorFst2Ifs" << std::endl;
-  LogTool("VelorFst2Ifs " + database);
+  LogTool("VelorFst2Ifs " + name);
   if (!ReadFirstRecord(ctx, space.get())) Tell("Failed to read any record", out);
   xpft::XpftFst2Ifs(space.get(), kShelf, kAltShelf, inputPath, outputPath, out);
   Tell("Done", out);

@@ -23,7 +23,7 @@ bool XpftFst2Ifs(velor_01::TVelorSpace* space, int shelf, int altShelf, const st
 namespace velor_server_proc {
 
 /// The same with the first readable record of a database. Result 0, or the code of opening the database.
-int VelorFst2Ifs(app::VelorAppContext* ctx, std::string database, std::string inputPath,
-                 std::string outputPath, std::ostream& out);
+int VelorFst2Ifs(app::VelorAppContext* ctx, const std::string& database, const std::string& inputPath,
+                 const std::string& outputPath, std::ostream& out);
 
 }  // namespace velor_server_proc

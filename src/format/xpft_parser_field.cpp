@@ -94,6 +94,7 @@ ast::Owned<ast::Field> XpftParser::field() {
   const Mark behind = Save();  // on a comma, if the mark is used
   const bool isComma = symbol_ == Symbol::kComma;
   empty_comma();
+  SkipEmptyPrefixes();
   if (BeginsSelection(symbol_)) return FieldBehindPrefix(std::move(before));
   if (isComma) Restore(behind);
   return MakeField({}, std::move(before), nullptr);

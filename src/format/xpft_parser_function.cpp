@@ -19,6 +19,7 @@ struct XpftParser::Form {
     kDatabase = 4,       // a database may be named in front of the parentheses
     kOwnGroups = 8,      // repeat groups inside are not nested in one around
     kKeepsPlace = 0x10,  // the node reports errors of the run
+    kBracket = 0x20,     // the database may be named in brackets in front of the parentheses, too
   };
   unsigned traits;
   int openCode;
@@ -203,7 +204,8 @@ struct XpftParser::Functions {
       {Symbol::kL, kSearch, OfSearch<ast::NfncL>},
       {Symbol::kLr, {Form::kDatabase, syntax::kNumericOpen, syntax::kClose, &P::SearchAllArguments}, OfLr},
       {Symbol::kMath,
-       {Form::kDatabase | Form::kKeepsPlace, syntax::kNumericOpen, syntax::kClose, &P::MathArguments},
+       {Form::kDatabase | Form::kBracket | Form::kKeepsPlace, syntax::kNumericOpen, syntax::kClose,
+        &P::MathArguments},
        OfMath},
       {Symbol::kNocc, {0, syntax::kFieldOpen, syntax::kFieldClose, &P::FieldArgument}, OfNocc},
       {Symbol::kNpost, kSearch, OfSearch<ast::NfncNpst>},
@@ -299,6 +301,7 @@ bool XpftParser::ReadArguments(const Form& form, bool isText, Arguments& argumen
   NextSymbol(isText);
   if (form.traits & Form::kBare) return !failed();
   if (form.traits & Form::kDatabase) DatabaseArrow(arguments.database);
+  if (form.traits & Form::kBracket) DatabaseBracket(arguments.database);
   if ((form.traits & Form::kOptional) && symbol_ != Symbol::kLeftParen) return !failed();
 
   if (!Expect(Symbol::kLeftParen, form.openCode)) return false;

@@ -124,11 +124,12 @@ std::size_t FindTextBlockEnd(std::string_view text, std::size_t at) {
 }
 
 bool HasSemicolonInParentheses(std::string_view text, std::size_t at) {
+  constexpr int kDeepest = 1000;  // more than the parser takes, so that nothing behind matters
   ItemScan scan(text, at);
   int depth = 0;
   while (const char c = scan.Next()) {
     if (c == ';' && depth == 0) return true;
-    if (c == '(') ++depth;
+    if (c == '(' && ++depth > kDeepest) return false;
     if (c == ')' && --depth < 0) return false;
   }
   return false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -47,12 +48,13 @@ class DependencyIndex {
   void WriteTo(TIntList* dependTags, TList* dependLines) const {
     if (CountEntries() > kMaxIndexEntries) return;
     for (const Entry& entry : tags_) {
-      dependTags->Add(entry.tag);
-      auto* lines = new TIntList(kLineListCapacity);
+      auto lines = std::make_unique<TIntList>(kLineListCapacity);
       for (const int line : entry.lines) lines->Add(line);
       for (const int line : universal_)
         if (!std::binary_search(entry.lines.begin(), entry.lines.end(), line)) lines->Add(line);
-      dependLines->Add(lines);
+      if (!dependLines->Add(lines.get())) return;  // no memory: the two lists stay of one length
+      static_cast<void>(lines.release());
+      dependTags->Add(entry.tag);
     }
   }
 
@@ -107,9 +109,9 @@ void TakeTableLine(int i, TStringList* lines, TIntList* methods) {
 
 }  // namespace
 
-void FSTforInvContext(TVelorSpace* space, std::string dbPath, std::string fstName, TStringList* lines,
-                      TIntList* methods, TStringList* allLines, TIntList* allMethods, TIntList* dependTags,
-                      TList* dependLines) {
+void FSTforInvContext(TVelorSpace* space, const std::string& dbPath, const std::string& fstName,
+                      TStringList* lines, TIntList* methods, TStringList* allLines, TIntList* allMethods,
+                      TIntList* dependTags, TList* dependLines) {
   lines->Clear();
   methods->Clear();
   if (allLines) allLines->Clear();

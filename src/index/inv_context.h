@@ -24,7 +24,7 @@
 ///   fstName  file name without extension
 ///   lines    receives the formats, the number of an item being its tag
 ///   allLines, allMethods, dependTags, dependLines  may be null together: then no dependency index is built
-void FSTforInvContext(velor_01::TVelorSpace* space, std::string dbPath, std::string fstName,
+void FSTforInvContext(velor_01::TVelorSpace* space, const std::string& dbPath, const std::string& fstName,
                       velor_01::TStringList* lines, velor_01::TIntList* methods,
                       velor_01::TStringList* allLines, velor_01::TIntList* allMethods,
                       velor_01::TIntList* dependTags, velor_01::TList* dependLines);

@@ -90,6 +90,7 @@ TEST_F(FilterTest, TextsAndFiles) {
   } rows[] = {
       {"@isoryx", "@isoryx", true, false},
       {"isoryx", "@isoryx", true, false},
+      {"@%5,isoryx", "@%5,isoryx", true, false},  // among the shared files
       {"if v200:'O' then '1' fi", "if v200:'O' then '1' fi", true, true},
       {"'0'", "'0'", false, false},
       {"' 1'", "' 1'", false, false},
@@ -106,6 +107,7 @@ TEST_F(FilterTest, TextsAndFiles) {
     EXPECT_EQ(filter.Passes(1), row.second);
   }
   EXPECT_EQ(velora::LookupFormat(space_.get(), "@missing"), "");
+  EXPECT_EQ(velora::LookupFormat(space_.get(), "@%2,isoryx"), "");  // not in the system directory
   EXPECT_EQ(velora::LookupFormat(space_.get(), "'\xCF'"), "'П'");
 }
 

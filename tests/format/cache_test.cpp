@@ -90,6 +90,13 @@ TEST_F(CacheTest, KeepsWhatCompilesOnly) {
   EXPECT_EQ(Run("v200"), "^aOryx");
 }
 
+TEST_F(CacheTest, LongTextsDoNotFillTheMemory) {
+  const std::string filling(1 << 20, ' ');
+  for (int i = 0; i < 100; ++i) Run("'" + std::to_string(i) + filling + "'");
+  EXPECT_LE(cache()->GetCount(), 8);
+  EXPECT_GE(cache()->GetCount(), 1);
+}
+
 TEST_F(CacheTest, AFormatInUseOutlivesItsEntry) {
   xpft::Velor64Context* context = xpft::SpaceContext(runner_.space());
   const auto formatter = context->GetPrintFormat("v200^a", false);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "format_runner.h"
+#include "printing.h"
 #include "utils/string_utils.h"
 
 namespace {
@@ -109,6 +110,19 @@ class Script {
       EXPECT_EQ(outcome.error, row.error) << row.format << "\n" << outcome.errorText;
       EXPECT_NE(outcome.errorText.find(row.errorText), std::string::npos) << outcome.errorText;
     }
+    for (const bool isPretty : {false, true}) CheckPrintedAnew(row, isPretty);
+  }
+
+  /// A format reads back as itself when it is printed.
+  void CheckPrintedAnew(const Row& row, bool isPretty) {
+    std::string printed;
+    if (!test::PrintAnew(row.format, isPretty, &printed)) return;  // the row tells of a format in error
+    std::string again;
+    ASSERT_TRUE(test::PrintAnew(printed, isPretty, &again)) << row.format << "\n" << printed;
+    EXPECT_EQ(again, printed) << row.format;
+    const test::Outcome outcome = Runner().Run("," + printed);  // "@" in front would name a file
+    EXPECT_EQ(outcome.text, row.text) << row.format << "\n" << printed;
+    EXPECT_EQ(outcome.error, row.error) << row.format << "\n" << printed;
   }
 
   test::FormatRunner& Runner() {
