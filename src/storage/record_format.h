@@ -95,8 +95,9 @@ enum StructType : int {
   kWordStruct = 5,
 };
 
-/// Converts one structure of the record files in place, from file to host order and back. The types 1 to 5
-/// are known. Result false for another type, in which case nothing is changed.
+/// Converts one structure in place, from file to host order and back: those above, and those of the inverted
+/// file (term_format.h), which are checked on the way in. Result false for another type, in which case
+/// nothing is changed, and for a structure that the check refuses.
 bool ntoh_velor_struct(void* buffer, int type);
 bool hton_velor_struct(void* buffer, int type);
 

@@ -1,15 +1,62 @@
 #include "storage/term_files.h"
 
+#include <cstring>
+
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/master_file.h"
+#include "storage/record_format.h"
 #include "utils/file_layer.h"
+#include "utils/path_util.h"
+#include "utils/string_list.h"
 
 namespace velor_32 {
 
+using velor_01::kBlockHeadSize;
+using velor_01::kKeyItemSize;
+using velor_01::kTermBlockSize;
+using velor_01::TifpHeader;
+using velor_01::TifpItemPosting;
+using velor_01::TifpSpecial;
 using velor_01::TSpaceTrm;
+using velor_01::TTermBlock;
 
 namespace {
+
+constexpr int kSeparators = velor_01::kMaxTermIndexes - 1;
+
+/// Null when a file does not open.
+TSpaceTrm* OpenOne(const std::string& path, const std::string& suffix, int mode) {
+  TSpaceTrm* index = new TSpaceTrm;
+  index->path = path;
+  index->suffix = suffix;
+  index->n01 = backup::_lopen((path + ".n01" + suffix).c_str(), mode);
+  index->l01 = backup::_lopen((path + ".l01" + suffix).c_str(), mode);
+  index->ifp = backup::_lopen((path + ".ifp" + suffix).c_str(), mode);
+  if (index->n01 < 0 || index->l01 < 0 || index->ifp < 0) CloseTermIndex(index);
+  return index;
+}
+
+/// The separators of additional indexes; null when there are none, or not nine.
+std::unique_ptr<velor_01::TStringList> LoadSeparators(const std::string& path) {
+  if (!utils::PathUtil::IsFile(path + ".inv")) return nullptr;
+  auto list = std::make_unique<velor_01::TStringList>();
+  if (!list->LoadFromFile(path + ".inv") || list->GetCount() != kSeparators) return nullptr;
+  return list;
+}
+
+bool OpenAll(TVelorSpace* space, int mode) {
+  const std::string& path = space->termPath;
+  space->trmMain = OpenOne(path, "", mode);
+  if (!space->trmMain) return false;
+  space->termSeparators = LoadSeparators(path);
+  if (!space->termSeparators) return true;
+  for (int k = 0; k < velor_01::kMaxTermIndexes; ++k) {
+    space->trmIndex[k] = OpenOne(path, "_" + std::to_string(k + 1), mode);
+    if (!space->trmIndex[k]) return false;
+  }
+  return true;
+}
 
 int OpenIndex(TVelorSpace* space, const char* path, int mode) {
   if (!space || !path) return kNoSpace;
@@ -17,15 +64,26 @@ int OpenIndex(TVelorSpace* space, const char* path, int mode) {
     const std::string own = path;
     Velorcloseterm(space);
     space->termPath = own;
-    space->trmMain = new TSpaceTrm;
-    space->trmMain->path = own;
-    space->trmMain->n01 = backup::_lopen((own + ".n01").c_str(), mode);
-    space->trmMain->l01 = backup::_lopen((own + ".l01").c_str(), mode);
-    space->trmMain->ifp = backup::_lopen((own + ".ifp").c_str(), mode);
-    if (space->trmMain->n01 >= 0 && space->trmMain->l01 >= 0 && space->trmMain->ifp >= 0) return kOk;
+    if (OpenAll(space, mode)) return kOk;
     CloseTermFiles(space);
     return kNoInvertedFile;
   });
+}
+
+/// The keys lie in the block, behind the items.
+bool HasSoundKeys(const TTermBlock& block) {
+  const int itemsEnd = kBlockHeadSize + kKeyItemSize * block.count;
+  if (itemsEnd > kTermBlockSize) return false;
+  for (int i = 1; i <= block.count; ++i) {
+    const velor_01::TKeyItem& item = block.item(i);
+    if (item.len < 1 || item.len > velor_01::kLongestTerm) return false;
+    if (item.pos < itemsEnd || item.pos + item.len > kTermBlockSize) return false;
+  }
+  return true;
+}
+
+std::int64_t BlockOffset(std::int32_t number) {
+  return (std::int64_t{number} - 1) * kTermBlockSize;
 }
 
 }  // namespace
@@ -50,6 +108,8 @@ void CloseTermFiles(TVelorSpace* space) {
   if (!space) return;
   CloseTermIndex(space->trmMain);
   for (TSpaceTrm*& index : space->trmIndex) CloseTermIndex(index);
+  space->termSeparators.reset();
+  space->termIndex = 0;
 }
 
 void Velorcloseterm(TVelorSpace* space) {
@@ -57,6 +117,78 @@ void Velorcloseterm(TVelorSpace* space) {
   CloseTermFiles(space);
   space->termPath.clear();
   space->lazyTerm = false;
+}
+
+bool HasAdditionalIndexes(const TVelorSpace* space) {
+  return space && space->termSeparators != nullptr;
+}
+
+int VelorGetTermInvIndex(TVelorSpace* space, std::string_view term) {
+  if (!space) return 0;
+  space->termIndex = 0;
+  if (!HasAdditionalIndexes(space)) return 0;
+  int place = 0;
+  space->termSeparators->FindUTF8(std::string(term).c_str(), &place);
+  space->termIndex = place + 1;
+  return space->termIndex;
+}
+
+TSpaceTrm* CurrentIndex(const TVelorSpace* space) {
+  if (!space) return nullptr;
+  return space->termIndex == 0 ? space->trmMain : space->trmIndex[space->termIndex - 1];
+}
+
+bool ReadTermBlock(int file, std::int32_t number, bool isInner, TTermBlock* block) {
+  if (number < 1 || !utils::ReadAt(file, BlockOffset(number), block, sizeof *block)) return false;
+  if (!backup::ntoh_velor_struct(block, backup::kBlockStruct) || !HasSoundKeys(*block)) return false;
+  return block->number == number || (isInner && number == 1);
+}
+
+bool WriteTermBlock(int file, std::int32_t number, const TTermBlock& block) {
+  TTermBlock image = block;
+  backup::hton_velor_struct(&image, backup::kBlockStruct);
+  return utils::WriteAt(file, BlockOffset(number), &image, sizeof image);
+}
+
+bool ReadSegmentHead(int file, std::int64_t offset, TifpHeader* head) {
+  return utils::ReadAt(file, offset, head, sizeof *head) &&
+         backup::ntoh_velor_struct(head, backup::kSegmentHeadStruct);
+}
+
+bool WriteSegmentHead(int file, std::int64_t offset, const TifpHeader& head) {
+  TifpHeader image = head;
+  backup::hton_velor_struct(&image, backup::kSegmentHeadStruct);
+  return utils::WriteAt(file, offset, &image, sizeof image);
+}
+
+bool DecodePosting(const char* from, bool isFullText, TifpItemPosting* posting) {
+  *posting = {};
+  std::memcpy(posting, from, static_cast<std::size_t>(velor_01::PostingSize(isFullText)));
+  return backup::ntoh_velor_struct(posting, isFullText ? backup::kLongPostingStruct : backup::kPostingStruct);
+}
+
+void EncodePosting(const TifpItemPosting& posting, bool isFullText, char* to) {
+  TifpItemPosting image = posting;
+  backup::hton_velor_struct(&image, isFullText ? backup::kLongPostingStruct : backup::kPostingStruct);
+  std::memcpy(to, &image, static_cast<std::size_t>(velor_01::PostingSize(isFullText)));
+}
+
+bool DecodeSpecial(const char* from, bool isFullText, TifpSpecial* special) {
+  const int size = velor_01::PostingSize(isFullText);
+  if (!DecodePosting(from, isFullText, &special->posting)) return false;
+  std::uint32_t words[2];
+  std::memcpy(words, from + size, sizeof words);
+  backup::ntoh_words(words, 2);
+  special->offset = backup::MakeInt64(words[0], words[1]);
+  return true;
+}
+
+void EncodeSpecial(const TifpSpecial& special, bool isFullText, char* to) {
+  EncodePosting(special.posting, isFullText, to);
+  std::uint32_t words[2];
+  backup::MakeFromInt64(special.offset, &words[0], &words[1]);
+  backup::ntoh_words(words, 2);
+  std::memcpy(to + velor_01::PostingSize(isFullText), words, sizeof words);
 }
 
 }  // namespace velor_32

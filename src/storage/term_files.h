@@ -2,25 +2,44 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "storage/term_format.h"
 #include "storage/velor_space.h"
+#include "utils/int_list.h"
 
-/// The files of the inverted file: <path>.n01 (inner nodes), .l01 (leaves), .ifp (postings).
+/// The files of the inverted file, opened and closed, and their structures read and written. A database has
+/// one main index, or ten additional ones beside an empty main index: `<path>.inv` with exactly nine lines
+/// holds the terms that separate `<path>.n01_1` ... `_10`. Searching is in term_read.h, changing in
+/// term_update.h.
 namespace velor_01 {
 
-/// An open term index.
+/// An open term index and the place that the last search found.
 struct TSpaceTrm {
   int n01 = -1;
   int l01 = -1;
   int ifp = -1;
-  std::string path;
+  std::string path;    // with the suffix of an additional index
+  std::string suffix;  // "" or "_<k>", behind the extensions
+  TTermBlock nodeBlock;
+  TTermBlock leafBlock;
+  std::int32_t root = 0;
+  TifpHeader segment;  // that the current posting lies in
+  std::int64_t segmentOffset = 0;
+  TifpItemPosting posting;
+  std::int32_t postIndex = -1;  // of the next posting in the segment, from 1; -1 without one
+  std::int32_t postCount = 0;   // of the term
+  std::int32_t delivered = 0;   // postings given out so far
+  TIntList trail;               // block numbers and positions from the root to the leaf
+  std::vector<char> postings;   // of the segment, as in the file
 };
 
 }  // namespace velor_01
 
 namespace velor_32 {
 
-/// Opens the main index for reading, or for reading and writing. Result 0, -100, or -401 when a file does not
+/// Opens the indexes for reading, or for reading and writing. Result 0, -100, or -401 when a file does not
 /// open.
 int Velorinitterm(TVelorSpace* space, const char* path);
 int Velorinitterm_write(TVelorSpace* space, const char* path);
@@ -33,5 +52,30 @@ void CloseTermIndex(velor_01::TSpaceTrm*& index);
 
 /// Closes the term files; the path stays, for a later return from lazy mode.
 void CloseTermFiles(TVelorSpace* space);
+
+/// The index that holds a term: 0 is the main one, 1 to 10 an additional one. The space keeps the number for
+/// the calls that follow.
+int VelorGetTermInvIndex(TVelorSpace* space, std::string_view term);
+
+/// The index that the last call chose; null when it is not open.
+[[nodiscard]] velor_01::TSpaceTrm* CurrentIndex(const TVelorSpace* space);
+
+/// True when ten additional indexes are open.
+[[nodiscard]] bool HasAdditionalIndexes(const TVelorSpace* space);
+
+/// Reads block `number` of a file. False for a short read, a damaged block, or one with another number than
+/// its own (the first block of `.n01` has the root's there).
+[[nodiscard]] bool ReadTermBlock(int file, std::int32_t number, bool isInner, velor_01::TTermBlock* block);
+[[nodiscard]] bool WriteTermBlock(int file, std::int32_t number, const velor_01::TTermBlock& block);
+
+/// Reads or writes the head of a segment.
+[[nodiscard]] bool ReadSegmentHead(int file, std::int64_t offset, velor_01::TifpHeader* head);
+[[nodiscard]] bool WriteSegmentHead(int file, std::int64_t offset, const velor_01::TifpHeader& head);
+
+/// Converts one posting from its file form, and back. False for a posting that cannot be.
+[[nodiscard]] bool DecodePosting(const char* from, bool isFullText, velor_01::TifpItemPosting* posting);
+void EncodePosting(const velor_01::TifpItemPosting& posting, bool isFullText, char* to);
+[[nodiscard]] bool DecodeSpecial(const char* from, bool isFullText, velor_01::TifpSpecial* special);
+void EncodeSpecial(const velor_01::TifpSpecial& special, bool isFullText, char* to);
 
 }  // namespace velor_32

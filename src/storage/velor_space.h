@@ -70,6 +70,8 @@ struct TVelorSpace {
 
   TSpaceTrm* trmMain = nullptr;
   TSpaceTrm* trmIndex[kMaxTermIndexes] = {};
+  std::unique_ptr<TStringList> termSeparators;  // the nine lines of the .inv file; null without one
+  int termIndex = 0;  // the one that the last search chose: 0 the main one, k additional index k
   bool termListOpen = false;
   std::unique_ptr<TStringList> termNames;
   std::unique_ptr<TStringList> termPrefixes;
