@@ -268,6 +268,8 @@ TEST(Parser, ReadsWhatThePrinterWrites) {
       {"left(v1,5),left(v1,mfn;5),left('a;b',mfn)", "left(v1;5), left(v1, mfn;5), left('a;b';mfn)"},
       {"left(v1/*;\n,5),left(^;", "401: x"},
       {"mid(@a!b;1;2)", "mid(@a!b;1;2)"},
+      {"left(@a\n!b;1)", "left(@a!b;1)"},
+      {"e1:=7.5,e1:=5e", "e1:=7.5, e1:=0"},
       {"trim(v1,v2,v3;' '),trim(v1 v2)", "trim(v1, v2, v3;' '), trim(v1 v2)"},
       {"replace(v1,'a' 'b')", "replace(v1;'a';'b')"},
       // Databases.
@@ -385,6 +387,15 @@ TEST(Parser, BoundsChainsOfOperators) {
     EXPECT_NE(Compile("if a(v1)" + Repeat(link, 9999) + " then fi").formatter, nullptr) << link;
     EXPECT_EQ(Compile("if a(v1)" + Repeat(link, 100000) + " then fi").code, 9000) << link;
   }
+  // Commands stand side by side, however many there are.
+  const std::string many = Repeat("e1:=e1+1,", 20000);
+  EXPECT_NE(Compile(many).formatter, nullptr);
+  EXPECT_NE(
+      Compile("if a(v1) then " + many + " else (" + Repeat("if a(v1) and p(v2) then fi ", 2000) + ") fi")
+          .formatter,
+      nullptr);
+  // What a list holds is below the operators around it.
+  EXPECT_EQ(Compile("e1:=val(f(1" + Repeat("+1", 6000) + "))" + Repeat("+1", 6000)).code, 9000);
 }
 
 }  // namespace
