@@ -41,6 +41,7 @@ class BinaryNumeric : public AbstractNumeric {
   void Print(IPrintContext* out) const override;
   void GetFieldTags(IPftContext* ctx, std::vector<int>& tags) const override;
   [[nodiscard]] long double GetNumVal(IPftContext* ctx) const override;
+  [[nodiscard]] const INumeric* GetLeft() const { return left_.get(); }
 
  protected:
   [[nodiscard]] virtual char Sign() const = 0;

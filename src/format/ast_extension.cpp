@@ -92,7 +92,8 @@ void ExtFmt::GetFieldTags(IPftContext* ctx, std::vector<int>& tags) const {
   if (!walk.IsNew()) return;
   const bool isKnown = ctx != nullptr && !IncludeWalk::IsTooDeep();
   const std::shared_ptr<XpftFormatter> formatter = isKnown ? FindQuietly(ctx, name_) : nullptr;
-  if (formatter) {
+  // A file that is not there today may be there tomorrow, and read any field.
+  if (formatter && !formatter->GetFullPath().empty()) {
     formatter->GetCmdList()->GetFieldTags(ctx, tags);
   } else {
     tags.push_back(0);

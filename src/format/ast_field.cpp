@@ -1,6 +1,9 @@
 #include "format/ast_field.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "format/ast_expr.h"
 #include "format/extended_number_cast.h"
@@ -17,12 +20,21 @@ int Bound(IPftContext* ctx, const INumeric* expr) {
   return expr ? std::max(ToInt32(expr->GetNumVal(ctx)), 0) : 0;
 }
 
+/// Whether the text of an expression begins with a number that is none behind a bracket, where a point is a
+/// token of its own and digits are a short number.
+bool BeginsWithOtherNumber(const INumeric* expr) {
+  while (const auto* const chain = dynamic_cast<const BinaryNumeric*>(expr)) expr = chain->GetLeft();
+  if (expr == nullptr || expr->GetType() != NodeType::kFNumber) return false;
+  const long double value = expr->GetNumVal(nullptr);
+  return value > std::numeric_limits<std::int32_t>::max() || value != std::floor(value);
+}
+
 void PrintBound(IPrintContext* out, const INumeric* expr, bool isLast) {
-  if (isLast) {
-    out->Print("last");
-  } else {
-    PrintChild(out, expr);
-  }
+  if (isLast) return out->Print("last");
+  const bool needed = BeginsWithOtherNumber(expr);
+  if (needed) out->Print("(");
+  PrintChild(out, expr);
+  if (needed) out->Print(")");
 }
 
 /// A group around one test, so that the test sees single occurrences. Only where there is no group yet.
@@ -320,8 +332,13 @@ CondCmdGroup::Due CondCmdGroup::FindDueInPrivateGroup(IPftContext* ctx) const {
 
 // ---- SubString ----
 
+/// A fragment directly behind a field is the field's own, and behind a fragment there is no other.
 void SubString::Print(IPrintContext* out) const {
+  const bool needed =
+      text_ && (text_->GetType() == NodeType::kField || text_->GetType() == NodeType::kSubString);
+  if (needed) out->Print("(");
   PrintChild(out, text_.get());
+  if (needed) out->Print(")");
   PrintChild(out, fragment_.get());
 }
 

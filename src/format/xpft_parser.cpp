@@ -1,5 +1,6 @@
 #include "format/xpft_parser.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -157,17 +158,23 @@ void XpftParser::FlushComments(ast::CommandList& list) {
 // ---- lists ----
 
 /// isis_fmt = { {","} fmt_element }
+/// Operators of one command are no deeper for those of the commands beside it, so the most of them count.
 XpftParser::List XpftParser::isis_fmt() {
   const Nesting nesting(*this);
   if (!nesting) return nullptr;
   auto list = std::make_unique<ast::CommandList>();
+  const int outside = operators_;
+  int most = outside;
   while (true) {
     empty_comma();
     FlushComments(*list);
+    operators_ = outside;
     Command element = fmt_element();
+    most = std::max(most, operators_);
     if (!element) break;
     list->Add(std::move(element));
   }
+  operators_ = most;
   FlushComments(*list);
   if (failed() || list->GetList().empty()) return nullptr;
   return list;

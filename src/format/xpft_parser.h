@@ -25,7 +25,7 @@ namespace xpft {
 /// the result.
 ///
 /// Bytes from outside cannot make the parser or the runs of its tree recurse without bound: rules are nested
-/// to a limited depth, and the number of binary operators, whose chains are deep trees, is limited too.
+/// to a limited depth, and so is the number of binary operators of one command, whose chains are deep trees.
 ///
 /// An object parses one text at a time and is not shared. Texts must outlive the call.
 class XpftParser : private XpftLexer {
@@ -232,7 +232,7 @@ class XpftParser : private XpftLexer {
   void SortArguments(Arguments& arguments);
 
   int depth_ = 0;
-  int operators_ = 0;
+  int operators_ = 0;  // so far, on the way from the root to the command being read
   bool inRepGroup_ = false;
 };
 

@@ -19,6 +19,11 @@ bool EqualsNoCase(char a, char b) {
   return Lower(a) == b;
 }
 
+/// Line ends are dropped inside a name.
+bool IsFormatNameByte(char c) {
+  return IsNameByte(c) || c == '!' || IsLineEnd(c);
+}
+
 bool OpensTextBlock(std::string_view text, std::size_t at) {
   return std::ranges::equal(text.substr(at, kBlockOpen.size()), kBlockOpen, EqualsNoCase);
 }
@@ -59,7 +64,7 @@ class ItemScan {
         SkipPast('\x1D');
         return true;
       case '@':  // its name may have a "!", which opens no literal
-        while (at_ < text_.size() && (IsNameByte(text_[at_]) || text_[at_] == '!')) ++at_;
+        while (at_ < text_.size() && IsFormatNameByte(text_[at_])) ++at_;
         return true;
       case '/':
         return SkipComment();

@@ -253,7 +253,10 @@ TEST(Parser, ReadsWhatThePrinterWrites) {
        "if v1 = 'a' and (e1+1)*2 = 3 or not a(v1) then v2 fi"},
       {"if (a(v1)) or (a(v2)) and p(v3) then fi", "if a(v1) or a(v2) and p(v3) then fi"},
       {"if (a(v1) or a(v2)) and p(v3) then fi", "if (a(v1) or a(v2)) and p(v3) then fi"},
-      {"if ((v1).2)='a' then fi", "if v1.2 = 'a' then fi"},
+      {"if ((v1).2)='a' and v1.2='b' then fi", "if (v1).2 = 'a' and v1.2 = 'b' then fi"},
+      {"if ('a'.2)*3='a' then fi", "if ('a'.2)*3 = 'a' then fi"},
+      {"select ((v1|b|).2) case (v1^a.2)*3: endsel", "select (v1|b|).2 case (v1^a.2)*3: endsel"},
+      {"v1[(2.5)..(3000000000)],v1^a[(1.5)*2-1]", "v1[(2.5)..(3000000000)], v1^a[(1.5*2-1)]"},
       {"if v1\"x\":'b' then fi", "if s(v1\"x\") : 'b' then fi"},
       {"if v1 in (['a'..'c',v1.3..v2.4,'b'.2..'c']) then fi",
        "if v1 in ['a'..'c',v1.3..v2.4,'b'.2..'c'] then fi"},
@@ -268,6 +271,8 @@ TEST(Parser, ReadsWhatThePrinterWrites) {
       {"left(v1,5),left(v1,mfn;5),left('a;b',mfn)", "left(v1;5), left(v1, mfn;5), left('a;b';mfn)"},
       {"left(v1/*;\n,5),left(^;", "401: x"},
       {"mid(@a!b;1;2)", "mid(@a!b;1;2)"},
+      {"left(@a\n!b;1)", "left(@a!b;1)"},
+      {"e1:=7.5,e1:=5e", "e1:=7.5, e1:=0"},
       {"trim(v1,v2,v3;' '),trim(v1 v2)", "trim(v1, v2, v3;' '), trim(v1 v2)"},
       {"replace(v1,'a' 'b')", "replace(v1;'a';'b')"},
       // Databases.
@@ -385,6 +390,15 @@ TEST(Parser, BoundsChainsOfOperators) {
     EXPECT_NE(Compile("if a(v1)" + Repeat(link, 9999) + " then fi").formatter, nullptr) << link;
     EXPECT_EQ(Compile("if a(v1)" + Repeat(link, 100000) + " then fi").code, 9000) << link;
   }
+  // Commands stand side by side, however many there are.
+  const std::string many = Repeat("e1:=e1+1,", 20000);
+  EXPECT_NE(Compile(many).formatter, nullptr);
+  EXPECT_NE(
+      Compile("if a(v1) then " + many + " else (" + Repeat("if a(v1) and p(v2) then fi ", 2000) + ") fi")
+          .formatter,
+      nullptr);
+  // What a list holds is below the operators around it.
+  EXPECT_EQ(Compile("e1:=val(f(1" + Repeat("+1", 6000) + "))" + Repeat("+1", 6000)).code, 9000);
 }
 
 }  // namespace

@@ -1,0 +1,548 @@
+#include "storage/term_update.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "storage/app_context.h"
+#include "storage/codes.h"
+#include "storage/edge.h"
+#include "storage/record_format.h"
+#include "storage/term_read.h"
+#include "storage/term_tree.h"
+#include "utils/file_layer.h"
+#include "utils/text_util.h"
+
+namespace velor_32 {
+
+using velor_01::Tifp_MaxFileSize;
+using velor_01::TifpHeader;
+using velor_01::TifpItemPosting;
+using velor_01::TifpSpecial;
+using velor_01::TSpaceTrm;
+using velor_01::TTermBlock;
+
+namespace {
+
+constexpr int kTermNotFound = -202;
+constexpr int kBehindLastTerm = -203;
+constexpr int kBelowFirstTerm = -204;
+constexpr int kHeadSize = sizeof(TifpHeader);
+constexpr int kUsualSegment = 256;      // postings that one read brings along; a larger segment is divided
+constexpr int kMostSegments = 1 << 24;  // in a chain
+
+std::int64_t NextOf(const TifpHeader& head) {
+  return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
+                           static_cast<std::uint32_t>(head.nextHigh));
+}
+
+void SetNext(TifpHeader* head, std::int64_t offset) {
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  backup::MakeFromInt64(offset, &low, &high);
+  head->nextLow = static_cast<std::int32_t>(low);
+  head->nextHigh = static_cast<std::int32_t>(high);
+}
+
+/// A segment in memory: its head in host order, its postings as in the file.
+struct Segment {
+  std::int64_t offset = 0;
+  TifpHeader head;
+  std::vector<char> slots;  // used * posting size bytes
+
+  [[nodiscard]] bool IsLast() const { return head.nextHigh == velor_01::kLastSegment; }
+};
+
+/// One change of one term.
+class TermChange {
+ public:
+  TermChange(TVelorSpace* space, const char* term)
+      : space_(space), size_(velor_01::PostingSize(space->isFullText)), term_(term) {
+    if (term_.size() > velor_01::kLongestTerm) term_.resize(velor_01::kLongestTerm);
+  }
+
+  int Insert(const TifpItemPosting& posting);
+  int Delete(const TifpItemPosting& posting);
+
+ private:
+  [[nodiscard]] int Find();
+  [[nodiscard]] bool ReadControl();
+  [[nodiscard]] bool ReadSegment(std::int64_t offset, Segment* segment) const;
+  [[nodiscard]] bool WriteSegment(const Segment& segment, int capacitySlots) const;
+  [[nodiscard]] std::int64_t Append(const std::vector<char>& bytes);
+  [[nodiscard]] bool SetTermOffset(std::int64_t offset);
+  [[nodiscard]] bool PassesLimit(std::int64_t bytes) const;
+  int FindSlot(const Segment& segment, const TifpItemPosting& posting, bool* found) const;
+  void InsertSlot(Segment* segment, int place, const TifpItemPosting& posting) const;
+  [[nodiscard]] std::vector<char> Image(const Segment& segment, int capacitySlots) const;
+
+  int InsertNewTerm(const TifpItemPosting& posting, int found);
+  int InsertKey(std::int64_t offset, int position);
+  int DivideUpwards(std::string key, std::int32_t child);
+  std::int32_t NewBlockNumber(bool isLeaf);
+  int InsertInChain(Segment* first, const TifpItemPosting& posting);
+  int InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting);
+  int MoveSegment(Segment* segment, int place, const TifpItemPosting& posting);
+  int SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
+                   TifpSpecial* entry);
+  int InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
+  int insert_special(std::int64_t headOffset, const TifpSpecial& entry);
+  int RemoveFrom(Segment* first, Segment* segment, int place);
+  int DeleteInChain(Segment* first, const TifpItemPosting& posting);
+  int DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
+  [[nodiscard]] bool AddToTotal(std::int64_t headOffset, int change);
+
+  TVelorSpace* space_;
+  int size_;  // of a posting
+  std::string term_;
+  TSpaceTrm* index_ = nullptr;
+  Tifp_MaxFileSize control_;
+};
+
+int TermChange::Find() {
+  char key[velor_01::kTermBufferSize] = {};
+  std::memcpy(key, term_.data(), term_.size());
+  const int rc = Velorfind0(space_, key, false);
+  index_ = CurrentIndex(space_);
+  return rc;
+}
+
+/// A file without a control record keeps no sizes; an empty one gets one.
+bool TermChange::ReadControl() {
+  if (backup::_llseek(index_->ifp, 0, SEEK_END) == 0) {
+    control_ = Tifp_MaxFileSize();
+    return backup::WriteIfpControl(index_->ifp, control_);
+  }
+  if (!backup::ReadIfpControl(index_->ifp, &control_)) control_.marker = 0;
+  return true;
+}
+
+// ---- segments ----
+
+/// One read brings the head and the slots of a usual segment.
+bool TermChange::ReadSegment(std::int64_t offset, Segment* segment) const {
+  const std::size_t usual = static_cast<std::size_t>(kHeadSize + kUsualSegment * size_);
+  segment->offset = offset;
+  segment->slots.resize(usual);
+  const std::int64_t got = utils::ReadSomeAt(index_->ifp, offset, segment->slots.data(), usual);
+  if (offset < 1 || got < kHeadSize) return false;
+  std::memcpy(&segment->head, segment->slots.data(), kHeadSize);
+  if (!backup::ntoh_velor_struct(&segment->head, backup::kSegmentHeadStruct)) return false;
+  if (segment->head.nextHigh == velor_01::kSpecialMark) return true;
+  const std::int64_t bytes = std::int64_t{segment->head.used} * size_;
+  segment->slots.erase(segment->slots.begin(), segment->slots.begin() + kHeadSize);
+  if (bytes > got - kHeadSize) {
+    if (offset + kHeadSize + bytes > backup::_llseek(index_->ifp, 0, SEEK_END)) return false;
+    segment->slots.resize(static_cast<std::size_t>(bytes));
+    return utils::ReadAt(index_->ifp, offset + kHeadSize, segment->slots.data(), segment->slots.size());
+  }
+  segment->slots.resize(static_cast<std::size_t>(bytes));
+  return true;
+}
+
+std::vector<char> TermChange::Image(const Segment& segment, int capacitySlots) const {
+  TifpHeader head = segment.head;
+  backup::hton_velor_struct(&head, backup::kSegmentHeadStruct);
+  std::vector<char> image(static_cast<std::size_t>(kHeadSize) +
+                          static_cast<std::size_t>(capacitySlots) * static_cast<std::size_t>(size_));
+  std::memcpy(image.data(), &head, kHeadSize);
+  std::memcpy(image.data() + kHeadSize, segment.slots.data(),
+              std::min(segment.slots.size(), image.size() - kHeadSize));
+  return image;
+}
+
+/// Head and slots in one write: a reader, or a crash, sees the segment before or after it. `capacitySlots`
+/// says how many slots are written; those behind the used ones are zero.
+bool TermChange::WriteSegment(const Segment& segment, int capacitySlots) const {
+  const std::vector<char> image = Image(segment, capacitySlots);
+  return utils::WriteAt(index_->ifp, segment.offset, image.data(), image.size());
+}
+
+/// Puts bytes into free space and counts them, before anything leads to them. Result: their offset, or -1.
+std::int64_t TermChange::Append(const std::vector<char>& bytes) {
+  const std::int64_t offset = backup::GetIfpMaxFileSize(index_->ifp, control_);
+  if (offset < 1 ||
+      !backup::_write_ifp(index_->ifp, &control_, bytes.data(), -1, static_cast<int>(bytes.size())))
+    return -1;
+  if (control_.marker == velor_01::kSizeMarker && !backup::WriteIfpControl(index_->ifp, control_)) return -1;
+  return offset;
+}
+
+/// Turns the key of the term, at the position that the search found, to another offset.
+bool TermChange::SetTermOffset(std::int64_t offset) {
+  const int position = index_->trail.Get(index_->trail.GetCount() - 1);
+  const std::int32_t leaf = -index_->trail.Get(index_->trail.GetCount() - 2);
+  std::uint32_t words[2];
+  backup::MakeFromInt64(offset, &words[0], &words[1]);
+  index_->leafBlock.item(position).low = static_cast<std::int32_t>(words[0]);
+  index_->leafBlock.item(position).high = static_cast<std::int32_t>(words[1]);
+  backup::ntoh_words(words, 2);
+  const std::int64_t place = (std::int64_t{leaf} - 1) * velor_01::kTermBlockSize + velor_01::kBlockHeadSize +
+                             std::int64_t{position - 1} * velor_01::kKeyItemSize + 4;
+  return utils::WriteAt(index_->l01, place, words, sizeof words);
+}
+
+bool TermChange::PassesLimit(std::int64_t bytes) const {
+  constexpr std::int64_t kDefaultLimit = 0x200000000;
+  std::int64_t limit = kDefaultLimit;
+  if (space_->app && space_->app->mainIni)
+    limit = utils::TextUtil::Int64ParseExact(space_->app->mainIni->Get("MAIN", "TRM_BLOCK_MAX_SIZE", ""),
+                                             kDefaultLimit);
+  return limit > 0 && bytes > limit;
+}
+
+/// The slot, from 0, at which the posting is or belongs; -1 for damage.
+int TermChange::FindSlot(const Segment& segment, const TifpItemPosting& posting, bool* found) const {
+  *found = false;
+  int low = 0;
+  int high = segment.head.used;
+  while (low < high) {
+    const int middle = low + (high - low) / 2;
+    TifpItemPosting there;
+    if (!DecodePosting(
+            segment.slots.data() + static_cast<std::size_t>(middle) * static_cast<std::size_t>(size_),
+            space_->isFullText, &there))
+      return -1;
+    const int order = backup::ComparePostings(there, posting);
+    if (order == 0) *found = true;
+    if (order < 0) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low;
+}
+
+void TermChange::InsertSlot(Segment* segment, int place, const TifpItemPosting& posting) const {
+  char slot[velor_01::PostingSize(true)];
+  EncodePosting(posting, space_->isFullText, slot);
+  segment->slots.insert(segment->slots.begin() + std::ptrdiff_t{place} * size_, slot, slot + size_);
+  ++segment->head.used;
+}
+
+bool TermChange::AddToTotal(std::int64_t headOffset, int change) {
+  TifpHeader head;
+  if (!ReadSegmentHead(index_->ifp, headOffset, &head)) return false;
+  head.total = std::max(head.total + change, 0);
+  return WriteSegmentHead(index_->ifp, headOffset, head);
+}
+
+// ---- a new term ----
+
+int TermChange::InsertNewTerm(const TifpItemPosting& posting, int found) {
+  Segment segment;
+  segment.head.total = 1;
+  segment.head.capacity = 1;
+  InsertSlot(&segment, 0, posting);
+  segment.offset = Append(Image(segment, 1));
+  if (segment.offset < 0) return kNoInvertedFile;
+  if (index_->root == 0) {
+    const bool ok =
+        backup::_expand_l01(index_->l01, &control_, 1) && backup::_expand_n01(index_->n01, &control_, 1) &&
+        (control_.marker != velor_01::kSizeMarker || backup::WriteIfpControl(index_->ifp, control_)) &&
+        InitN(index_, term_, segment.offset);
+    return ok ? kOk : kNoInvertedFile;
+  }
+  if (index_->trail.GetCount() < 2) return kNoInvertedFile;
+  int position = index_->trail.Get(index_->trail.GetCount() - 1);
+  if (found == kBehindLastTerm) ++position;
+  if (found == kBelowFirstTerm) position = 1;
+  return InsertKey(segment.offset, position);
+}
+
+int TermChange::InsertKey(std::int64_t offset, int position) {
+  const std::int32_t leaf = -index_->trail.Get(index_->trail.GetCount() - 2);
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+  backup::MakeFromInt64(offset, &low, &high);
+  const KeyValue value{static_cast<std::int32_t>(low), static_cast<std::int32_t>(high)};
+  TTermBlock* block = &index_->leafBlock;
+  if (IsPlace_In_Block(*block, term_))
+    return Insert_Term_In_Block(index_->l01, block, leaf, term_, value, position, true) ? kOk
+                                                                                        : kNoInvertedFile;
+  const std::int32_t number = NewBlockNumber(true);
+  TTermBlock newBlock;
+  std::string key = term_;
+  if (number < 1 || !Divide_Block(index_->l01, block, &newBlock, leaf, number, &key, value, position))
+    return kNoInvertedFile;
+  return DivideUpwards(std::move(key), -number);
+}
+
+/// The number of the next block of a file, counted in the control record before it is used; -1 on failure.
+std::int32_t TermChange::NewBlockNumber(bool isLeaf) {
+  const int file = isLeaf ? index_->l01 : index_->n01;
+  if (control_.marker != velor_01::kSizeMarker)
+    return static_cast<std::int32_t>(backup::_llseek(file, 0, SEEK_END) / velor_01::kTermBlockSize + 1);
+  const std::int32_t number = (isLeaf ? control_.l01Blocks : control_.n01Blocks) + 1;
+  const bool ok =
+      isLeaf ? backup::_expand_l01(file, &control_, number) : backup::_expand_n01(file, &control_, number);
+  return ok && backup::WriteIfpControl(index_->ifp, control_) ? number : -1;
+}
+
+/// Takes a separator up the trail, dividing full nodes, until one has room; a divided root gets a new one
+/// above it. The trail is: root, place, child, place, ..., leaf, position.
+int TermChange::DivideUpwards(std::string key, std::int32_t child) {
+  for (int at = index_->trail.GetCount() - 4; at >= 0; at -= 2) {
+    const std::int32_t number = index_->trail.Get(at);
+    const int position = index_->trail.Get(at + 1) + 1;
+    TTermBlock node;
+    if (!ReadTermBlock(index_->n01, number, true, &node)) return kNoInvertedFile;
+    if (IsPlace_In_Block(node, key))
+      return Insert_Term_In_Block(index_->n01, &node, number, key, {child, 0}, position, true)
+                 ? kOk
+                 : kNoInvertedFile;
+    const std::int32_t newNumber = NewBlockNumber(false);
+    TTermBlock newNode;
+    if (newNumber < 1 ||
+        !Divide_Block(index_->n01, &node, &newNode, number, newNumber, &key, {child, 0}, position))
+      return kNoInvertedFile;
+    child = newNumber;
+  }
+  const std::int32_t root = NewBlockNumber(false);
+  if (root < 1 || !InitN0(index_->n01, &index_->nodeBlock, root, key, index_->root, child))
+    return kNoInvertedFile;
+  return kOk;
+}
+
+// ---- postings of a term that exists ----
+
+int TermChange::Insert(const TifpItemPosting& posting) {
+  if (posting.mfn < 0 || term_.empty()) return kOk;
+  const int found = Find();
+  if (!index_) return kNoInvertedFile;
+  if (found != kOk && found != kTermNotFound && found != kBehindLastTerm && found != kBelowFirstTerm)
+    return found;
+  if (!ReadControl()) return kNoInvertedFile;
+  if (found != kOk) return InsertNewTerm(posting, found);
+
+  Segment first;
+  if (!ReadSegment(CurrentTermOffset(*index_), &first)) return kNoInvertedFile;
+  if (first.head.nextHigh == velor_01::kSpecialMark)
+    return InsertUnderSpecial(first.head, first.offset, posting);
+  if (first.head.total > 0 || first.head.capacity < 1) return InsertInChain(&first, posting);
+  first.slots.clear();
+  first.head.used = 0;
+  InsertSlot(&first, 0, posting);
+  first.head.total = 1;
+  return WriteSegment(first, 1) ? kOk : kNoInvertedFile;
+}
+
+/// The first segment that does not end below the posting takes it, or else the last one.
+int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
+  Segment other;
+  Segment* segment = first;
+  for (int i = 0; i < kMostSegments; ++i) {
+    bool found = false;
+    const int place = FindSlot(*segment, posting, &found);
+    if (place < 0) return kNoInvertedFile;
+    if (found) return kOk;
+    if (place < segment->head.used || segment->IsLast())
+      return InsertInSegment(first, segment, place, posting);
+    const std::int64_t next = NextOf(segment->head);
+    segment = &other;
+    if (!ReadSegment(next, segment)) return kNoInvertedFile;
+  }
+  return kNoInvertedFile;
+}
+
+int TermChange::InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting) {
+  const bool isFirst = segment == first;
+  if (segment->head.used < segment->head.capacity) {
+    InsertSlot(segment, place, posting);
+    segment->head.total = isFirst ? segment->head.total + 1 : segment->head.used;
+    if (!WriteSegment(*segment, segment->head.used)) return kNoInvertedFile;
+    return isFirst || AddToTotal(first->offset, 1) ? kOk : kNoInvertedFile;
+  }
+  if (isFirst && segment->IsLast() && segment->head.used < kUsualSegment)
+    return MoveSegment(segment, place, posting);
+  if (isFirst) ++segment->head.total;
+  if (int rc = SplitSegment(segment, place, posting, segment->head.used + 1, nullptr); rc != kOk) return rc;
+  return isFirst || AddToTotal(first->offset, 1) ? kOk : kNoInvertedFile;
+}
+
+/// The only segment of a term moves to twice the room; the former one stays as dead space.
+int TermChange::MoveSegment(Segment* segment, int place, const TifpItemPosting& posting) {
+  const std::int64_t slots = 2 * std::int64_t{segment->head.used} + 2;
+  if (PassesLimit((slots + 1) * size_)) return kNoMemory;
+  InsertSlot(segment, place, posting);
+  ++segment->head.total;
+  segment->head.capacity = static_cast<std::int32_t>(slots);
+  const std::int64_t offset = Append(Image(*segment, segment->head.capacity));
+  return offset > 0 && SetTermOffset(offset) ? kOk : kNoInvertedFile;
+}
+
+/// The upper half of the postings goes to a new segment behind this one. `entry`, unless null, receives what
+/// a special block has to know of it. For the first segment of a chain the caller has raised `total`.
+int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
+                             TifpSpecial* entry) {
+  const std::int32_t total = segment->head.total;
+  const bool keepsTotal = total != segment->head.used;  // the first segment of a chain counts the whole term
+  InsertSlot(segment, place, posting);
+  const int moved = segment->head.used / 2;
+  const int kept = segment->head.used - moved;
+  if (PassesLimit(std::int64_t{std::max(newCapacity, moved)} * size_)) return kNoMemory;
+
+  Segment upper;
+  upper.head = segment->head;
+  upper.head.total = upper.head.used = moved;
+  upper.head.capacity = std::max(newCapacity, moved);
+  upper.slots.assign(segment->slots.begin() + std::ptrdiff_t{kept} * size_, segment->slots.end());
+  upper.offset = Append(Image(upper, upper.head.capacity));
+  if (upper.offset < 0) return kNoInvertedFile;
+  if (entry) {
+    entry->offset = upper.offset;
+    if (!DecodePosting(upper.slots.data(), space_->isFullText, &entry->posting)) return kNoInvertedFile;
+  }
+  const int written = segment->head.used - 1;  // slots that held postings before; the freed ones become zero
+  segment->slots.resize(static_cast<std::size_t>(kept) * static_cast<std::size_t>(size_));
+  segment->head.used = kept;
+  segment->head.total = keepsTotal ? total : kept;
+  SetNext(&segment->head, upper.offset);
+  return WriteSegment(*segment, std::max(written, kept)) ? kOk : kNoInvertedFile;
+}
+
+// ---- under a special block ----
+
+int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffset,
+                                   const TifpItemPosting& posting) {
+  if (head.used < 1) return kNoInvertedFile;
+  std::int64_t offset = headOffset;
+  bool found = false;
+  if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
+  if (found) return kOk;
+  Segment segment;
+  if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
+  const int place = FindSlot(segment, posting, &found);
+  if (place < 0) return kNoInvertedFile;
+  if (segment.head.used < segment.head.capacity) {
+    InsertSlot(&segment, place, posting);
+    segment.head.total = segment.head.used;
+    if (!WriteSegment(segment, segment.head.used)) return kNoInvertedFile;
+  } else {
+    TifpSpecial entry;
+    segment.head.total = segment.head.used;
+    if (int rc = SplitSegment(&segment, place, posting, segment.head.capacity, &entry); rc != kOk) return rc;
+    if (int rc = insert_special(headOffset, entry); rc != kOk) return rc;
+    headOffset = CurrentTermOffset(*index_);
+  }
+  return AddToTotal(headOffset, 1) ? kOk : kNoInvertedFile;
+}
+
+/// Adds an entry to the special block of the term, which moves to free space when it is full.
+int TermChange::insert_special(std::int64_t headOffset, const TifpSpecial& entry) {
+  const int size = velor_01::SpecialSize(space_->isFullText);
+  TifpHeader head;
+  if (!ReadSegmentHead(index_->ifp, headOffset, &head)) return kNoInvertedFile;
+  const std::int64_t bytes = std::int64_t{head.used} * size;
+  if (headOffset + kHeadSize + bytes > backup::_llseek(index_->ifp, 0, SEEK_END)) return kNoInvertedFile;
+  std::vector<char> image(static_cast<std::size_t>(kHeadSize + bytes));
+  if (!utils::ReadAt(index_->ifp, headOffset, image.data(), image.size())) return kNoInvertedFile;
+
+  int low = 0;
+  for (int high = head.used; low < high;) {
+    const int middle = low + (high - low) / 2;
+    TifpSpecial there;
+    if (!DecodeSpecial(image.data() + kHeadSize + std::ptrdiff_t{middle} * size, space_->isFullText, &there))
+      return kNoInvertedFile;
+    if (backup::ComparePostings(there.posting, entry.posting) < 0) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  char slot[velor_01::SpecialSize(true)];
+  EncodeSpecial(entry, space_->isFullText, slot);
+  image.insert(image.begin() + kHeadSize + std::ptrdiff_t{low} * size, slot, slot + size);
+  ++head.used;
+  const bool fits = head.used <= head.capacity;
+  if (!fits) head.capacity = 4 * head.used + 4;
+  TifpHeader fileHead = head;
+  backup::hton_velor_struct(&fileHead, backup::kSegmentHeadStruct);
+  std::memcpy(image.data(), &fileHead, kHeadSize);
+  if (fits)
+    return utils::WriteAt(index_->ifp, headOffset, image.data(), image.size()) ? kOk : kNoInvertedFile;
+
+  if (PassesLimit(std::int64_t{head.capacity} * size)) return kNoMemory;
+  image.resize(static_cast<std::size_t>(kHeadSize) +
+               static_cast<std::size_t>(head.capacity) * static_cast<std::size_t>(size));
+  const std::int64_t offset = Append(image);
+  return offset > 0 && SetTermOffset(offset) ? kOk : kNoInvertedFile;
+}
+
+// ---- removal ----
+
+int TermChange::Delete(const TifpItemPosting& posting) {
+  const int found = Find();
+  if (!index_) return kNoInvertedFile;
+  if (found == kTermNotFound || found == kBelowFirstTerm) return kOk;
+  if (found != kOk) return found;
+  Segment first;
+  if (!ReadSegment(CurrentTermOffset(*index_), &first)) return kNoInvertedFile;
+  if (first.head.nextHigh == velor_01::kSpecialMark)
+    return DeleteUnderSpecial(first.head, first.offset, posting);
+  return DeleteInChain(&first, posting);
+}
+
+int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
+  Segment other;
+  Segment* segment = first;
+  for (int i = 0; i < kMostSegments; ++i) {
+    bool found = false;
+    const int place = FindSlot(*segment, posting, &found);
+    if (place < 0) return kNoInvertedFile;
+    if (found) return RemoveFrom(first, segment, place);
+    if (place < segment->head.used || segment->IsLast()) return kOk;
+    const std::int64_t next = NextOf(segment->head);
+    segment = &other;
+    if (!ReadSegment(next, segment)) return kNoInvertedFile;
+  }
+  return kNoInvertedFile;
+}
+
+int TermChange::DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset,
+                                   const TifpItemPosting& posting) {
+  if (head.used < 1) return kOk;
+  std::int64_t offset = headOffset;
+  bool found = false;
+  if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
+  if (!found) return kOk;
+  Segment segment;
+  if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
+  const int place = FindSlot(segment, posting, &found);
+  if (place < 0 || !found) return kNoInvertedFile;
+  if (RemoveFrom(nullptr, &segment, place) != kOk) return kNoInvertedFile;
+  return AddToTotal(headOffset, -1) ? kOk : kNoInvertedFile;
+}
+
+/// The slots behind move down, the last one becomes zero. `first` is the first segment of a chain, null under
+/// a special block.
+int TermChange::RemoveFrom(Segment* first, Segment* segment, int place) {
+  const int before = segment->head.used;
+  const auto begin = segment->slots.begin() + std::ptrdiff_t{place} * size_;
+  segment->slots.erase(begin, begin + size_);
+  --segment->head.used;
+  if (segment == first) {
+    --segment->head.total;
+  } else {
+    segment->head.total = segment->head.used;
+  }
+  if (!WriteSegment(*segment, before)) return kNoInvertedFile;
+  if (!first || segment == first) return kOk;
+  return AddToTotal(first->offset, -1) ? kOk : kNoInvertedFile;
+}
+
+}  // namespace
+
+int InsertTerm(TVelorSpace* space, const char* term, const TifpItemPosting& posting) {
+  if (!space || !term) return kNoSpace;
+  return AtEdge([&] { return TermChange(space, term).Insert(posting); });
+}
+
+int DeleteTerm(TVelorSpace* space, const char* term, const TifpItemPosting& posting) {
+  if (!space || !term) return kNoSpace;
+  return AtEdge([&] { return TermChange(space, term).Delete(posting); });
+}
+
+}  // namespace velor_32
