@@ -1,16 +1,20 @@
-// A field selection table over a record: the work that each record costs an index or an export.
+// A field selection table over a record: the work that each record costs an index or an export; and the
+// making of terms from it.
 
 #include <benchmark/benchmark.h>
 
+#include <clocale>
 #include <string>
 
 #include "build_info.h"
 #include "format/format_parts.h"
 #include "format/format_run.h"
 #include "format/xpft_fst.h"
+#include "index/rec_terms.h"
 #include "storage/app_context.h"
 #include "storage/fields.h"
 #include "storage/shelf.h"
+#include "utils/int_list.h"
 
 namespace {
 
@@ -83,6 +87,49 @@ void Prepare(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(fmt_64::Velor_InitPFT(record.space(), "v200^a", 6));
 }
 BENCHMARK(Prepare);
+
+/// Counts what it is given.
+class CountingSink final : public recif::TermSink {
+ public:
+  void Add(std::string_view term, const velor_01::TifpItemPosting& posting, bool) override {
+    ++terms_;
+    bytes_ += term.size();
+    benchmark::DoNotOptimize(posting.pos);
+  }
+  [[nodiscard]] std::int64_t terms() const { return terms_; }
+  [[nodiscard]] std::size_t bytes() const { return bytes_; }
+
+ private:
+  std::int64_t terms_ = 0;
+  std::size_t bytes_ = 0;
+};
+
+constexpr const char* kText =
+    "Исследование колебаний и волн в средах со сложной структурой: the measurement of small oscillations; ";
+
+/// The words of one field of 1 or 16 kB, with and without stemming.
+void RecordTerms(benchmark::State& state) {
+  std::setlocale(LC_ALL, "C.UTF-8");
+  const OneRecord record;
+  velor_32::TVelorSpace* space = record.space();
+  for (int code = 'A'; code <= 'z'; ++code) space->actab[code - 1] = code <= 'Z' || code >= 'a';
+  for (const char* word : {"OF", "THE", "В", "И", "НА", "СО"}) space->stopWords->Add(word);
+  space->deflex = state.range(1) != 0;
+
+  std::string text;
+  while (text.size() < static_cast<std::size_t>(state.range(0))) text += kText;
+  velor_32::Velorfldadd(space, 0, 1, 0, text.c_str());
+  space->fstLines->AddObject("v1", 1);
+  space->fstMethods->Add(4);
+
+  CountingSink sink;
+  for (auto _ : state) {
+    if (recif::EmitRecTerms(space, 0, nullptr, sink) != 0) state.SkipWithError("no terms");
+  }
+  state.SetItemsProcessed(sink.terms());
+  state.SetBytesProcessed(static_cast<std::int64_t>(sink.bytes()));
+}
+BENCHMARK(RecordTerms)->ArgNames({"bytes", "stem"})->ArgsProduct({{1000, 16000}, {0, 1}});
 
 }  // namespace
 

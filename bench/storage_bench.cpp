@@ -15,6 +15,8 @@
 #include "storage/record_read.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
+#include "storage/term_files.h"
+#include "storage/term_update.h"
 
 namespace {
 
@@ -87,6 +89,25 @@ void AddRecord(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(AddRecord)->ArgName("bulk")->Arg(0)->Arg(1)->Iterations(50000);
+
+/// One new posting of a random term in a dictionary of so many terms.
+void InsertPosting(benchmark::State& state) {
+  const Database database;
+  Velorcloseterm(database.space());
+  if (Velorinitterm_write(database.space(), database.space()->path.c_str()) != 0)
+    state.SkipWithError("no files");
+  std::mt19937 random(1);
+  const auto term = [&] { return "T=" + std::to_string(random() % static_cast<unsigned>(state.range(0))); };
+  for (int i = 0; i < state.range(0); ++i)
+    InsertTerm(database.space(), ("T=" + std::to_string(i)).c_str(), {i + 1, 1, 1, 1});
+  int mfn = 10000000;
+  for (auto _ : state) {
+    const int rc = InsertTerm(database.space(), term().c_str(), {++mfn, 1, 1, 1});
+    if (rc != 0) state.SkipWithError("not inserted");
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(InsertPosting)->Arg(100000)->Arg(1000000)->Iterations(100000);
 
 }  // namespace
 

@@ -205,6 +205,7 @@ int VelorInitInvContext(TVelorSpace* space, const char* fstName, const char* stw
       if (stwName != nullptr) LoadStopWords(space, stwName);
     }
     space->xpftFst.reset();
+    space->termMaker.reset();
     return kOk;
   });
 }

@@ -71,9 +71,8 @@ int MyIsisRecTerm(TVelorSpace* space, int shelf, TStringList* terms, TStringList
 /// The same for the catalogue alone, to be inserted.
 int MyIsisRecTerm(TVelorSpace* space, int shelf, TStringList* terms, TIfpPostingList* postings);
 
-/// The occurrences of a format result cut by methods 0, 2 and 3 (see above): appends each word, numbered from
-/// 1, except that the first replaces the list. "<" does not nest: "<a<b>" gives "a<b". An opening without its
-/// end gives nothing.
+/// Replace `out` by the words that methods 0, 2 and 3 make of an occurrence (see above), numbered from 1. "<"
+/// does not nest: "<a<b>" gives "a<b". An opening without its end gives nothing.
 void StrToTerms0(const char* text, TStringList* out);
 void StrToTerms2(const char* text, TStringList* out);
 void StrToTerms3(const char* text, TStringList* out);

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "storage/master_file.h"
@@ -14,6 +15,9 @@
 /// The rules of a single update stay: the mutex is taken and released for each record, and nothing that
 /// another process may change is remembered. What is kept are handles, and before each use it is made sure
 /// that the names still lead to the files that they were opened on.
+namespace recif {
+struct RecIfContext;
+}
 namespace velor_32 {
 
 /// The two files of one update, open for writing, and their sizes.
@@ -40,6 +44,9 @@ class BulkWriter {
 
   /// Lower bound, from 1, of the numbers at which a physically deleted record can still lie in this run.
   std::int32_t firstPhysicallyDeleted = 1;
+
+  /// What the index update has open, kept from one record to the next. Null before the first.
+  std::shared_ptr<recif::RecIfContext> indexUpdate;
 
  private:
   int Reopen(const TVelorSpace* space, int fragment);

@@ -151,6 +151,15 @@ int StepBack(const Place& place, int steps, std::int64_t* offset) {
   return *offset < velor_01::kControlSize ? kDamaged : kOk;
 }
 
+/// Reads an image that need not be the current one.
+int ReadVersion(TVelorSpace* space, int mfn, const Place& place) {
+  std::int64_t got = 0;
+  if (!ReadHead(space, place, &got)) return kDamaged;
+  if (int rc = ReadImage(space, place, got); rc != kOk) return rc;
+  Leader(space)->mfn = mfn;
+  return Leader(space)->status & velor_01::kStatusDeleted ? kDeleted : kOk;
+}
+
 /// Checks that every field of the image lies in its data, and that the fields together are not larger than
 /// it. `packed` says that they fill it in directory order.
 bool CheckDirectory(const TVelorSpace* space, bool* packed) {
@@ -285,12 +294,7 @@ int VelorReadBack(TVelorSpace* space, int mfn, int stepsBack, bool skipCheck) {
   if (int rc = Locate(space, mfn, skipCheck, &place); rc != kOk) return rc;
   if (space->xrfFlags & velor_01::kStatusPhysicallyDeleted) return kPhysicallyDeleted;
   if (int rc = StepBack(place, stepsBack, &place.offset); rc != kOk) return rc;
-
-  std::int64_t got = 0;
-  if (!ReadHead(space, place, &got)) return kDamaged;
-  if (int rc = ReadImage(space, place, got); rc != kOk) return rc;
-  Leader(space)->mfn = mfn;
-  return Leader(space)->status & velor_01::kStatusDeleted ? kDeleted : kOk;
+  return ReadVersion(space, mfn, place);
 }
 
 int VelorRecord(TVelorSpace* space, int shelf, int mfn, bool skipCheck) {
@@ -308,6 +312,19 @@ int VelorRecordBack(TVelorSpace* space, int shelf, int mfn, int stepsBack, bool 
     if (IsRemote(space)) return ReadRemote(space, shelf, mfn, stepsBack);
     if (int rc = CheckShelf(space, shelf); rc != kOk) return rc;
     return Deliver(space, shelf, VelorReadBack(space, mfn, stepsBack, skipCheck));
+  });
+}
+
+int VelorRecordAt(TVelorSpace* space, int shelf, int mfn, std::int64_t offset) {
+  if (!IsOpen(space)) return kNoSpace;
+  return AtEdge([&] {
+    if (int rc = CheckShelf(space, shelf); rc != kOk) return rc;
+    if (int rc = WakeRecordFiles(space); rc != kOk) return rc;
+    Place place;
+    if (int rc = Locate(space, mfn, false, &place); rc != kOk) return rc;
+    if (offset < velor_01::kControlSize || offset >= place.offset) return kDamaged;
+    place.offset = offset;
+    return Deliver(space, shelf, ReadVersion(space, mfn, place));
   });
 }
 

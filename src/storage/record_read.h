@@ -29,6 +29,10 @@ int VelorReadBack(TVelorSpace* space, int mfn, int stepsBack, bool skipCheck);
 int VelorRecord(TVelorSpace* space, int shelf, int mfn, bool skipCheck = false);
 int VelorRecordBack(TVelorSpace* space, int shelf, int mfn, int stepsBack, bool skipCheck = false);
 
+/// Reads the earlier version whose image lies at `offset`, found by walking the back chain, into a shelf.
+/// Results as for VelorRecordBack; -141 for an offset that the current image does not lie behind.
+int VelorRecordAt(TVelorSpace* space, int shelf, int mfn, std::int64_t offset);
+
 /// Version of the current image; 0 for a physically deleted record, -140 when it cannot be read.
 int VelorReadVersion(TVelorSpace* space, int mfn);
 

@@ -15,6 +15,9 @@
 namespace app {
 struct VelorAppContext;
 }
+namespace recif {
+class TermMaker;
+}
 namespace velor_32 {
 class BulkWriter;
 }
@@ -92,6 +95,9 @@ struct TVelorSpace {
   std::string fstName;  // under which table and stop words were loaded
   std::string stwName;
   std::shared_ptr<xpft::XpftFst> xpftFst;  // the compiled table, made on first use
+  // What the making of terms keeps, made on first use from the alphabet and the stop words: whoever changes
+  // these drops it.
+  std::shared_ptr<recif::TermMaker> termMaker;
 
   // What the format language keeps for the space: its context and the last output, see format/format_run.h.
   // It looks into the shelves, so Velorclose destroys it, and the compiled table, before them.

@@ -1,5 +1,6 @@
 #include <iostream>
 
+#include "index/actual_if.h"
 #include "index/dict_option.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
@@ -46,7 +47,10 @@ int main_actualif(int argc, char** argv) {
   ScanOptions<ActualIfOptions>(argc, argv, kActualIfRows, &options);
   if (options.database.empty()) return RefuseCommandLine("actualif");
   if (!SelectByNumber("actualif", "Actualizing all records by status", &options, std::cout)) return 0;
-  return ReportNotBuilt("actualif");
+  return RunProcedure(argc, argv, Timing::kPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorActualIf(ctx, options.database, options.mfnFrom, options.mfnTo, options.listFile,
+                                     std::cout);
+  });
 }
 
 int main_dict(int argc, char** argv) {

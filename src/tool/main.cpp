@@ -2,6 +2,7 @@
 
 #include "format/format_parts.h"
 #include "index/inv_context.h"
+#include "index/record_index.h"
 #include "tool/dispatcher.h"
 #include "tool/signals.h"
 #include "tool/tool_locale.h"
@@ -19,6 +20,7 @@ int main(int argc, char** argv) {
   utils::NetUtil::Init();
   xpft::InstallFormatParts();
   indexing::InstallInvContext();
+  recif::InstallRecordIndex();
   const int status = tool::Dispatch(argc, argv);
   utils::NetUtil::Close();
   return status;
