@@ -242,6 +242,8 @@ TEST_F(RecordIndexTest, OfAllVersionsOneIsTheBase) {
   EXPECT_EQ(dump(1), 0);
   EXPECT_FALSE(noOldVersion);
   EXPECT_EQ(test::FieldsOf(space.get(), 1), (Fields{{10, "a"}})) << "the one in between was never actualized";
+  velor_32::VelorRecordBack(space.get(), 1, 1, 2);
+  EXPECT_FALSE(velor_32::VelorIsActualized(space.get(), 1)) << "it is never taken again";
   Delete(space.get(), 1);
   EXPECT_EQ(dump(1), 0);
   EXPECT_EQ(test::FieldsOf(space.get(), 1), (Fields{{10, "c"}}));
