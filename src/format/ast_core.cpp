@@ -4,6 +4,7 @@
 
 #include "format/node_support.h"
 #include "format/pft_context.h"
+#include "utils/string_utils.h"
 
 namespace xpft::ast {
 
@@ -28,6 +29,31 @@ bool EndsLoopPass(IPftContext* ctx, NodeType type) {
   return ctx->GetExit() || ctx->GetContinue();
 }
 
+/// Place of "</text>" in any letter case, or npos.
+std::size_t FindBlockEnd(std::string_view text) {
+  constexpr std::string_view kEnd = "</text>";
+  for (std::size_t i = text.find('<'); i != std::string_view::npos; i = text.find('<', i + 1))
+    if (utils::StringUtils::StartsWithNoCase(text.substr(i), kEnd)) return i;
+  return std::string_view::npos;
+}
+
+/// <text>...</text>. A text that holds the end of the block is put together from parts: line ends that are
+/// dropped on reading can bring one about.
+void PrintRaw(IPrintContext* out, std::string_view text) {
+  std::size_t end = FindBlockEnd(text);
+  if (end == std::string_view::npos) {
+    out->Print("<text>" + std::string(text) + "</text>");
+    return;
+  }
+  out->Print("s(");
+  for (; end != std::string_view::npos; end = FindBlockEnd(text)) {
+    out->Print("<text>" + std::string(text.substr(0, end + 1)) + "</text>,");
+    out->PrintLineSep();
+    text.remove_prefix(end + 1);
+  }
+  out->Print("<text>" + std::string(text) + "</text>)");
+}
+
 /// A literal in whichever of its delimiters it does not hold.
 void PrintUnconditional(IPrintContext* out, const std::string& text) {
   for (const char* delimiter : {"'", "`"}) {
@@ -35,7 +61,7 @@ void PrintUnconditional(IPrintContext* out, const std::string& text) {
     out->Print(delimiter + text + delimiter);
     return;
   }
-  out->Print("<text>" + text + "</text>");
+  PrintRaw(out, text);
 }
 
 /// A byte that the text does not hold: one that reads well, or else any. A literal that was read has one.
@@ -264,7 +290,7 @@ void Exit::Print(IPrintContext* out) const {
 
 void UncondLiter::Print(IPrintContext* out) const {
   if (raw_) {
-    out->Print("<text>" + text_ + "</text>");
+    PrintRaw(out, text_);
   } else {
     PrintUnconditional(out, text_);
   }

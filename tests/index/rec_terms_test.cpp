@@ -27,6 +27,7 @@ class RecTermsTest : public testing::Test, public test::IndexSpace {
     velor_32::Velornewrec(space(), 0);
     velor_32::Velorchangemfn(space(), 0, kMfn);
   }
+  void Line(int tag, int method, const std::string& format) { test::AddLine(space(), tag, method, format); }
   void Field(int tag, const std::string& text) { velor_32::Velorfldadd(space(), 0, tag, 0, text.c_str()); }
 
   /// "TERM tag/occ/pos" for each term; page terms have all their words.

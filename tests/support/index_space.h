@@ -5,7 +5,7 @@
 #include <clocale>
 #include <string>
 
-#include "format/format_parts.h"
+#include "support/format_installation.h"
 #include "support/memory_space.h"
 #include "utils/int_list.h"
 
@@ -22,17 +22,18 @@ inline void SetDefaultAlphabet(unsigned char actab[256]) {
     actab[code - 1] = (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z') || code >= 128;
 }
 
+/// Adds a line to the table of a space.
+inline void AddLine(velor_01::TVelorSpace* space, int tag, int method, const std::string& format) {
+  space->fstLines->AddObject(format, tag);
+  space->fstMethods->Add(method);
+}
+
 /// A space in memory that makes terms.
-class IndexSpace : public MemorySpace {
+class IndexSpace : private FormatParts, public MemorySpace {
  public:
   IndexSpace() {
     UseUtf8Locale();
-    xpft::InstallFormatParts();
     SetDefaultAlphabet(space()->actab);
-  }
-  void Line(int tag, int method, const std::string& format) {
-    space()->fstLines->AddObject(format, tag);
-    space()->fstMethods->Add(method);
   }
 };
 
