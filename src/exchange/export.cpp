@@ -29,8 +29,7 @@ using velor_32::kOk;
 namespace {
 
 constexpr int kSourceSlot = 0;
-constexpr int kTableSlot = 1;       // the record that a table builds
-constexpr int kAlternateSlots = 2;  // free from here on while a table runs
+constexpr int kTableSlot = 1;  // the record that a table builds
 constexpr unsigned long kFirstIsoBuffer = 32000;
 constexpr int kMarcLevelTag = 1001;
 constexpr char kMarcLevel[] = "^A2";
@@ -55,7 +54,6 @@ class Export {
   int Run();
 
  private:
-  void LoadTable();
   int AllocateIsoBuffer();
   int PrepareFilters();
   int RefuseFormat(const std::string& message, int result);
@@ -77,8 +75,7 @@ class Export {
   velora::TextEncoder encoder_;
 
   velor_32::SpacePointer space_;
-  velor_01::TStringList table_;  // empty: records go out as they are
-  std::unique_ptr<xpft::XpftFst> tableFormat_;
+  velora::ReformatTable table_;
   std::unique_ptr<velora::RecordFilter> scan_;
   std::unique_ptr<velora::RecordFilter> filter_;
   int slot_ = kSourceSlot;  // of the record that is written
@@ -107,21 +104,14 @@ int Export::Run() {
     out_ << "export -se: not built yet" << std::endl;
     return kOk;
   }
-  if (!params_.fst.empty()) LoadTable();
-  writeGuid_ = (params_.guid || ctx_->guidOption == 1) && tableFormat_ == nullptr;
+  if (!params_.fst.empty()) {
+    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+    table_.Load(space_.get(), database_, params_.fst, out_);
+  }
+  writeGuid_ = (params_.guid || ctx_->guidOption == 1) && !table_.isLoaded();
   if (int rc = AllocateIsoBuffer(); rc != kOk) return rc;
   if (int rc = PrepareFilters(); rc != kOk) return rc;
   return ExportAll();
-}
-
-void Export::LoadTable() {
-  marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
-  if (velora::LoadTable(ctx_, database_, params_.fst, &table_)) {
-    tableFormat_ = std::make_unique<xpft::XpftFst>(space_.get(), &table_, false);
-    return;
-  }
-  out_ << "File not found " << params_.fst << std::endl;
-  LogTool("File not found " + params_.fst);
 }
 
 int Export::AllocateIsoBuffer() {
@@ -195,7 +185,7 @@ void Export::ExportRecord(int mfn) {
     return;
   }
   if (!scan_->Passes(kSourceSlot) || !filter_->Passes(kSourceSlot)) return;
-  if (tableFormat_ != nullptr) Reformat();
+  if (table_.isLoaded()) Reformat();
   if (marcMode_) velora::ReplaceInFields(space_.get(), slot_, velora::kSubfieldMark, velora::kMarcDelimiter);
   if (params_.format == VelorExportContext::kIso) {
     WriteIso();
@@ -208,9 +198,8 @@ void Export::ExportRecord(int mfn) {
 /// In MARC mode the table finds the bibliographic level in field 1001.
 void Export::Reformat() {
   slot_ = kTableSlot;
-  velor_32::Velornewrec(space_.get(), slot_);
   if (marcMode_) velor_32::Velorfldadd(space_.get(), kSourceSlot, kMarcLevelTag, 0, kMarcLevel);
-  velora::RecReformat(space_.get(), kSourceSlot, slot_, kAlternateSlots, true, table_, tableFormat_.get());
+  table_.Run(space_.get(), kSourceSlot, slot_);
 }
 
 void Export::WriteIso() {

@@ -42,9 +42,8 @@ namespace {
 
 constexpr int kCsvFailed = -500;
 constexpr int kSourceSlot = 0;
-constexpr int kTableSlot = 1;       // the record that a table builds
-constexpr int kAlternateSlots = 2;  // free from here on while a table runs
-constexpr int kBlankSlot = 3;       // for the blank records that fill up to a number
+constexpr int kTableSlot = 1;  // the record that a table builds
+constexpr int kBlankSlot = 3;  // for the blank records that fill up to a number
 
 /// What the options ask for and this program does not do yet; empty when it does all of it.
 std::string MissingPart(const VelorImportContext& params) {
@@ -87,7 +86,6 @@ class Import {
 
  private:
   int Prepare();
-  void LoadTable();
   int PrepareFilter();
   int ConvertCsv();
   int OpenSource();
@@ -115,8 +113,7 @@ class Import {
 
   velor_32::SpacePointer space_;
   std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
-  velor_01::TStringList table_;  // empty: records come in as they are
-  std::unique_ptr<xpft::XpftFst> tableFormat_;
+  velora::ReformatTable table_;
   std::unique_ptr<velora::RecordFilter> filter_;
   int slot_ = kSourceSlot;  // of the record that is stored
   bool marcMode_ = false;
@@ -160,7 +157,10 @@ int Import::Prepare() {
     return kOk;
   }
   updateIndex_ = ctx_->mainIni->Get("Main", "RECUPDIF", "0") == "1";
-  if (!params_.fst.empty()) LoadTable();
+  if (!params_.fst.empty()) {
+    marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
+    table_.Load(space_.get(), database_, params_.fst, out_);
+  }
   if (params_.proto && !protocol_.Create(velora::WorkFile(ctx_, file_, "_protocol_")))
     LogTool("Import cannot create protocol of " + file_);
   if (params_.format == VelorImportContext::kCsv)
@@ -170,16 +170,6 @@ int Import::Prepare() {
   maintenance_.reset(velora::VelorA_init(ctx_));
   if (!maintenance_) return velor_32::kNoMemory;
   return OpenSource();
-}
-
-void Import::LoadTable() {
-  marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
-  if (velora::LoadTable(ctx_, database_, params_.fst, &table_)) {
-    tableFormat_ = std::make_unique<xpft::XpftFst>(space_.get(), &table_, false);
-    return;
-  }
-  out_ << "File not found " << params_.fst << std::endl;
-  LogTool("File not found " + params_.fst);
 }
 
 int Import::PrepareFilter() {
@@ -244,7 +234,7 @@ void Import::ImportRecord() {
   velor_01::TVelorSpace* space = space_.get();
   if (!source_->remark.empty())
     Note("Record damaged: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
-  if (tableFormat_ != nullptr) Reformat();
+  if (table_.isLoaded()) Reformat();
   if (IsRefused()) return;
   if (params_.checkEncoding) CleanFields();
   const bool hasNumber = params_.header && velor_32::Velormfn(space, slot_) > 0;
@@ -262,8 +252,7 @@ void Import::ImportRecord() {
 
 void Import::Reformat() {
   slot_ = kTableSlot;
-  velor_32::Velornewrec(space_.get(), slot_);
-  velora::RecReformat(space_.get(), kSourceSlot, slot_, kAlternateSlots, true, table_, tableFormat_.get());
+  table_.Run(space_.get(), kSourceSlot, slot_);
 }
 
 /// Records that are not written: those that the filter keeps out, those without any field (with a header a

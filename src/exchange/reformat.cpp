@@ -2,13 +2,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ostream>
 #include <string_view>
 
+#include "exchange/exchange_files.h"
 #include "exchange/text_record.h"
 #include "format/format_run.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
+#include "storage/database_open.h"
 #include "storage/fields.h"
+#include "storage/shelf.h"
 #include "utils/text_util.h"
 
 namespace velora {
@@ -84,6 +88,21 @@ void RecReformat(TVelorSpace* space, int fromSlot, int toSlot, int formatSlotEnd
                  TStringList* table) {
   xpft::XpftFst compiled(space, table, !addRest);
   RecReformat(space, fromSlot, toSlot, formatSlotEnd, addRest, *table, &compiled);
+}
+
+void ReformatTable::Load(TVelorSpace* space, const std::string& database, const std::string& name,
+                         std::ostream& out) {
+  if (LoadTable(space->app, database, name, &table_)) {
+    compiled_ = std::make_unique<xpft::XpftFst>(space, &table_, false);
+    return;
+  }
+  out << "File not found " << name << std::endl;
+  velor_server_proc::LogTool("File not found " + name);
+}
+
+void ReformatTable::Run(TVelorSpace* space, int fromSlot, int toSlot) {
+  velor_32::Velornewrec(space, toSlot);
+  RecReformat(space, fromSlot, toSlot, toSlot + 1, true, table_, compiled_.get());
 }
 
 }  // namespace velora

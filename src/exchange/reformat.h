@@ -1,5 +1,9 @@
 #pragma once
 
+#include <iosfwd>
+#include <memory>
+#include <string>
+
 #include "format/xpft_fst.h"
 #include "storage/velor_space.h"
 #include "utils/string_list.h"
@@ -17,5 +21,21 @@ void RecReformat(velor_01::TVelorSpace* space, int fromSlot, int toSlot, int for
 /// The same with the table compiled beforehand, for many records.
 void RecReformat(velor_01::TVelorSpace* space, int fromSlot, int toSlot, int formatSlotEnd, bool addRest,
                  const velor_01::TStringList& table, xpft::XpftFst* compiled);
+
+/// The table of -t, compiled once for the records of a run.
+class ReformatTable {
+ public:
+  /// Loads the table by its name. One that is not there is told on `out` and in the log, and then every
+  /// record goes on as it is.
+  void Load(velor_01::TVelorSpace* space, const std::string& database, const std::string& name,
+            std::ostream& out);
+  [[nodiscard]] bool isLoaded() const { return compiled_ != nullptr; }
+  /// Builds the record of `toSlot`, emptied, from that of `fromSlot`.
+  void Run(velor_01::TVelorSpace* space, int fromSlot, int toSlot);
+
+ private:
+  velor_01::TStringList table_;
+  std::unique_ptr<xpft::XpftFst> compiled_;
+};
 
 }  // namespace velora

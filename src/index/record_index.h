@@ -80,7 +80,7 @@ int RepairRecordIndex0(TVelorSpace* space, int shelf, int mfn);
 int RepairRecordIndexTime(TVelorSpace* space, int shelf, int mfn, int timeoutSeconds);
 
 /// Narrows the table of the space to the lines that read a field in which the records of the two shelves
-/// differ. The table may be empty then.
+/// differ, and those with the same search tags. The table may be empty then.
 void SpecialFSTModify_NEW(TVelorSpace* space, int shelf, int oldShelf);
 
 /// Gives the space its whole table back.

@@ -59,21 +59,42 @@ std::vector<int> ChangedTags(const std::vector<Field>& newFields, const std::vec
   return changed;
 }
 
-std::vector<int> LinesThatRead(const TVelorSpace* space, const std::vector<int>& tags) {
-  std::vector<int> lines;
-  std::vector<bool> taken(static_cast<std::size_t>(space->fstAllLines->GetCount()));
-  for (const int tag : tags) {
-    const int entry = space->fstDependTags->IndexOf(tag);
-    if (entry < 0) continue;
-    for (const int line : static_cast<const TIntList*>(space->fstDependLines->Get(entry))->Items()) {
-      const auto place = static_cast<std::size_t>(line);
-      if (place >= taken.size() || taken[place]) continue;
-      taken[place] = true;
-      lines.push_back(line);
-    }
+/// Lines of the table, each once, in the order in which they are gathered.
+class LineSelection {
+ public:
+  explicit LineSelection(const TVelorSpace* space)
+      : space_(space), taken_(static_cast<std::size_t>(space->fstAllLines->GetCount())) {}
+
+  void AddThoseThatRead(int tag) {
+    const int entry = space_->fstDependTags->IndexOf(tag);
+    if (entry < 0) return;
+    for (const int line : static_cast<const TIntList*>(space_->fstDependLines->Get(entry))->Items())
+      Add(line);
   }
-  return lines;
-}
+
+  /// Two lines with one search tag can give the same posting of the same term: both have to be looked at to
+  /// know whether it goes.
+  void AddThoseOfTheSameTags() {
+    std::set<int> tags;
+    for (const int line : lines_) tags.insert(space_->fstAllLines->GetNumObject(line));
+    for (int line = 0; line < space_->fstAllLines->GetCount(); ++line)
+      if (tags.count(space_->fstAllLines->GetNumObject(line)) > 0) Add(line);
+  }
+
+  [[nodiscard]] std::span<const int> Lines() const { return lines_; }
+
+ private:
+  void Add(int line) {
+    const auto place = static_cast<std::size_t>(line);
+    if (place >= taken_.size() || taken_[place]) return;
+    taken_[place] = true;
+    lines_.push_back(line);
+  }
+
+  const TVelorSpace* space_;
+  std::vector<bool> taken_;
+  std::vector<int> lines_;
+};
 
 bool IsLine(const TVelorSpace* space, int i, int line) {
   return space->fstMethods->Get(i) == space->fstAllMethods->Get(line) &&
@@ -108,7 +129,11 @@ bool HasDependencyIndex(const TVelorSpace* space) {
 }
 
 void SpecialFSTModify_NEW(TVelorSpace* space, int shelf, int oldShelf) {
-  UseLines(space, LinesThatRead(space, ChangedTags(FieldsOf(space, shelf), FieldsOf(space, oldShelf))));
+  LineSelection selection(space);
+  for (const int tag : ChangedTags(FieldsOf(space, shelf), FieldsOf(space, oldShelf)))
+    selection.AddThoseThatRead(tag);
+  selection.AddThoseOfTheSameTags();
+  UseLines(space, selection.Lines());
 }
 
 void RestoreTable(TVelorSpace* space) {
