@@ -22,11 +22,11 @@ constexpr std::size_t kMergeUnit = 1000000;
 
 }  // namespace
 
-OutputFile::~OutputFile() {
+BuildFile::~BuildFile() {
   if (handle_ >= 0) backup::_lclose(handle_);
 }
 
-bool OutputFile::Open(int handle, std::int64_t position) {
+bool BuildFile::Open(int handle, std::int64_t position) {
   handle_ = handle;
   written_ = position;
   used_ = 0;
@@ -35,17 +35,17 @@ bool OutputFile::Open(int handle, std::int64_t position) {
   return isGood_;
 }
 
-bool OutputFile::Create(const std::string& path) {
+bool BuildFile::Create(const std::string& path) {
   return Open(backup::_lcreat(path.c_str(), 0), 0);
 }
 
-bool OutputFile::OpenAtEnd(const std::string& path) {
+bool BuildFile::OpenAtEnd(const std::string& path) {
   const int handle = backup::_lopen(path.c_str(), velor_32::kOpenWrite);
   if (handle < 0) return errno == ENOENT && Create(path);
   return Open(handle, backup::_llseek(handle, 0, SEEK_END));
 }
 
-void OutputFile::Append(const void* bytes, std::size_t size) {
+void BuildFile::Append(const void* bytes, std::size_t size) {
   if (!isGood_) return;
   if (size > kBufferSize - used_) {
     Flush();
@@ -55,29 +55,29 @@ void OutputFile::Append(const void* bytes, std::size_t size) {
   used_ += size;
 }
 
-void OutputFile::AppendZeros(std::size_t size) {
+void BuildFile::AppendZeros(std::size_t size) {
   static constexpr char kZeros[4096] = {};
   for (; size > 0; size -= std::min(size, sizeof kZeros)) Append(kZeros, std::min(size, sizeof kZeros));
 }
 
-void OutputFile::Rewrite(std::int64_t offset, const void* bytes, std::size_t size) {
+void BuildFile::Rewrite(std::int64_t offset, const void* bytes, std::size_t size) {
   Flush();
   isGood_ = isGood_ && utils::WriteAt(handle_, offset, bytes, size);
 }
 
-bool OutputFile::Close() {
+bool BuildFile::Close() {
   Flush();
   if (handle_ >= 0 && backup::_lclose(handle_) != 0) isGood_ = false;
   handle_ = -1;
   return std::exchange(isGood_, false);
 }
 
-void OutputFile::Flush() {
+void BuildFile::Flush() {
   if (used_ == 0) return;
   Write(buffer_.get(), std::exchange(used_, 0));
 }
 
-void OutputFile::Write(const void* bytes, std::size_t size) {
+void BuildFile::Write(const void* bytes, std::size_t size) {
   isGood_ = isGood_ && utils::WriteAt(handle_, written_, bytes, size);
   written_ += static_cast<std::int64_t>(size);
 }
@@ -142,7 +142,7 @@ int MergeFiles(const std::string& source, const std::string& target) {
   };
   const int handle = backup::_lopen(source.c_str(), velor_32::kOpenRead);
   if (handle < 0) return refuse(source);
-  OutputFile output;
+  BuildFile output;
   if (!output.OpenAtEnd(target)) {
     const int rc = refuse(target);
     backup::_lclose(handle);

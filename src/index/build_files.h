@@ -10,12 +10,12 @@
 namespace velora {
 
 /// A new file, or the end of one. After a failed write nothing more is written; Close tells.
-class OutputFile {
+class BuildFile {
  public:
-  OutputFile() = default;
-  ~OutputFile();
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
+  BuildFile() = default;
+  ~BuildFile();
+  BuildFile(const BuildFile&) = delete;
+  BuildFile& operator=(const BuildFile&) = delete;
 
   /// Creates or empties a file, or opens it at its end (and creates it when it is missing). False when that
   /// fails.

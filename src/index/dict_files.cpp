@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -12,6 +11,7 @@
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/term_format.h"
+#include "storage/term_swap.h"
 #include "utils/path_util.h"
 #include "utils/utf8_order.h"
 
@@ -19,69 +19,10 @@ namespace velora {
 namespace {
 
 using velor_01::kMaxTermIndexes;
-using velor_32::kNoInvertedFile;
 using velor_32::kNoRecordFiles;
 using velor_32::kOk;
 
-constexpr const char* kSetExtensions[] = {".ifp", ".l01", ".n01"};
 constexpr int kCheckLines = 4096;  // lines between two looks at the stop flag
-
-bool Rename(const std::string& from, const std::string& to) {
-  return std::rename(from.c_str(), to.c_str()) == 0;
-}
-
-/// Makes a set of files without terms.
-bool WriteEmptySet(const NewSet& set) {
-  OutputFile file;
-  for (const std::string* path : {&set.ifp, &set.l01, &set.n01})
-    if (!file.Create(*path) || !file.Close()) return false;
-  return true;
-}
-
-/// The file that the root is in goes last: a set is what its `.n01` says.
-bool RenameSet(const std::string& termPath, int part) {
-  for (const char* extension : kSetExtensions) {
-    const std::string path = termPath + extension + SetSuffix(part);
-    if (!Rename(path + "_", path)) return false;
-  }
-  return true;
-}
-
-/// Replaces the main set. For the moment in which its files do not belong together the root is that of an
-/// empty dictionary.
-bool ReplaceMainSet(const std::string& termPath) {
-  const std::string n01 = termPath + ".n01";
-  const std::string empty = n01 + "__";
-  OutputFile file;
-  return file.Create(empty) && file.Close() && Rename(empty, n01) && RenameSet(termPath, kMainSet);
-}
-
-bool EmptyMainSet(const std::string& termPath) {
-  return WriteEmptySet(NewSet(termPath, kMainSet)) && RenameSet(termPath, kMainSet);
-}
-
-void RemoveAdditionalSets(const std::string& termPath) {
-  for (int part = 1; part <= kMaxTermIndexes; ++part)
-    for (const char* extension : kSetExtensions) ::unlink((termPath + extension + SetSuffix(part)).c_str());
-}
-
-/// While the separators stand, nobody looks at the main set.
-bool PutMainSet(const std::string& termPath, bool wasSplit) {
-  if (!wasSplit) return ReplaceMainSet(termPath);
-  if (!RenameSet(termPath, kMainSet) || ::unlink((termPath + ".inv").c_str()) != 0) return false;
-  RemoveAdditionalSets(termPath);
-  return true;
-}
-
-/// The sets count from the moment the separators stand, and the main set until then: the old dictionary, or
-/// an empty one where old sets are replaced.
-bool PutSplitSets(const std::string& termPath, bool wasSplit) {
-  const std::string inv = termPath + ".inv";
-  if (wasSplit && (!EmptyMainSet(termPath) || ::unlink(inv.c_str()) != 0)) return false;
-  for (int part = 1; part <= kMaxTermIndexes; ++part)
-    if (!RenameSet(termPath, part)) return false;
-  return Rename(inv + "_", inv) && (wasSplit || EmptyMainSet(termPath));
-}
 
 /// Gives each term of a sorted file, when it appears first, and all its lines to `visit(line, term, isNew)`
 /// until that returns false. Lines that are none go with the term before. Result 0, -400 or -999.
@@ -118,7 +59,7 @@ class PartWriter {
   }
 
   bool Finish() {
-    OutputFile inv;
+    BuildFile inv;
     if (!file_.Close() || !inv.Create(termPath_ + ".inv_")) return false;
     inv.Append(separators_);
     return inv.Close();
@@ -139,23 +80,19 @@ class PartWriter {
   std::int64_t seen_ = 0;
   int part_ = 0;
   std::string separators_;
-  OutputFile file_;
+  BuildFile file_;
 };
 
 }  // namespace
 
-std::string SetSuffix(int part) {
-  return part == kMainSet ? "" : "_" + std::to_string(part);
-}
-
 NewSet::NewSet(const std::string& termPath, int part)
-    : ifp(termPath + ".ifp" + SetSuffix(part) + "_"),
-      l01(termPath + ".l01" + SetSuffix(part) + "_"),
-      n01(termPath + ".n01" + SetSuffix(part) + "_"),
-      spill(termPath + ".pst" + SetSuffix(part) + "_") {}
+    : ifp(termPath + ".ifp" + velor_32::IndexSuffix(part) + "_"),
+      l01(termPath + ".l01" + velor_32::IndexSuffix(part) + "_"),
+      n01(termPath + ".n01" + velor_32::IndexSuffix(part) + "_"),
+      spill(termPath + ".pst" + velor_32::IndexSuffix(part) + "_") {}
 
 std::string PartFile(const std::string& directory, const std::string& termPath, int part) {
-  return directory + utils::PathUtil::GetFileName(termPath) + SetSuffix(part) + ".lk1";
+  return directory + utils::PathUtil::GetFileName(termPath) + velor_32::IndexSuffix(part) + ".lk1";
 }
 
 int SplitLkFile(velor_01::TVelorSpace* space, const std::string& lk1, const std::string& directory) {
@@ -174,10 +111,13 @@ int SplitLkFile(velor_01::TVelorSpace* space, const std::string& lk1, const std:
   return writer.Finish() ? 1 : kNoRecordFiles;
 }
 
-int PutInPlace(const std::string& termPath, bool isSplit) {
-  const bool wasSplit = utils::PathUtil::IsFile(termPath + ".inv");
-  const bool isDone = isSplit ? PutSplitSets(termPath, wasSplit) : PutMainSet(termPath, wasSplit);
-  return isDone ? kOk : kNoInvertedFile;
+bool MakeEmptySet(const std::string& termPath, int part) {
+  const NewSet set(termPath, part);
+  for (const std::string* path : {&set.n01, &set.l01, &set.ifp}) {
+    BuildFile file;
+    if (!file.Create(*path) || !file.Close()) return false;
+  }
+  return true;
 }
 
 void RemoveNewFiles(const std::string& termPath) {
@@ -186,7 +126,6 @@ void RemoveNewFiles(const std::string& termPath) {
     for (const std::string* path : {&set.ifp, &set.l01, &set.n01, &set.spill}) ::unlink(path->c_str());
   }
   ::unlink((termPath + ".inv_").c_str());
-  ::unlink((termPath + ".n01__").c_str());
 }
 
 }  // namespace velora

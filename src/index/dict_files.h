@@ -4,17 +4,13 @@
 
 #include "storage/velor_space.h"
 
-/// The files of a dictionary that is being built, and the moment when they take the place of the old ones.
+/// The files of a dictionary that is being built, beside those in use (storage/term_swap.h).
 ///
 /// A set is three files; the main set has the plain names, the additional ones "_1" to "_10" behind the
-/// extension. While a set is made, each of its files has one more "_" at the end. Readers that have the old
-/// files open go on reading them: new files come by renaming.
+/// extension. While a set is made, each of its files has one more "_" at the end.
 namespace velora {
 
 constexpr int kMainSet = 0;
-
-/// "", or "_<k>" for additional set k.
-[[nodiscard]] std::string SetSuffix(int part);
 
 /// Names of the files in the making; `spill` is where the postings of a term go that are too many for memory.
 struct NewSet {
@@ -34,10 +30,8 @@ struct NewSet {
 /// written; -999.
 int SplitLkFile(velor_01::TVelorSpace* space, const std::string& lk1, const std::string& directory);
 
-/// Lets new sets take the place of the dictionary in use: the main one, or the ten with their separators.
-/// A crash in between leaves the old dictionary, the new one, or an empty one, never a mixture; the next
-/// build mends it. Result 0 or -401.
-int PutInPlace(const std::string& termPath, bool isSplit);
+/// Makes the new files of a set without terms. False when one is not written.
+[[nodiscard]] bool MakeEmptySet(const std::string& termPath, int part);
 
 /// Removes what a build left in the making.
 void RemoveNewFiles(const std::string& termPath);

@@ -2,11 +2,12 @@
 
 #include <unistd.h>
 
-#include <cstring>
+#include <vector>
 
 #include "index/build_files.h"
 #include "index/build_lock.h"
 #include "index/dict_files.h"
+#include "index/multiload.h"
 #include "index/posting_writer.h"
 #include "index/progress.h"
 #include "index/term_line.h"
@@ -15,6 +16,7 @@
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/term_files.h"
+#include "storage/term_swap.h"
 #include "utils/path_util.h"
 #include "utils/text_util.h"
 #include "utils/utf8_order.h"
@@ -134,17 +136,25 @@ bool WantsSplit(const VelorAContext& ctx) {
                                ini->Get("Main", "CREATE_OLD_INVERTION_FILES", "1").c_str(), 1) == 1;
 }
 
-/// Splits the file and loads the parts, each of which goes when it is loaded. Result 1; 0 when there are too
-/// few terms.
-int LoadParts(VelorAContext* ctx, TVelorSpace* space, const std::string& lk1) {
+/// Loads the parts, by workers where there are some.
+int LoadParts(VelorAContext* ctx, TVelorSpace* space, const std::vector<std::string>& parts) {
+  if (UsesWorkers(*ctx)) return Multi_LoadParts(ctx, space, parts);
+  int rc = kOk;
+  for (std::size_t i = 0; rc == kOk && i < parts.size(); ++i)
+    rc = VelorLnk_Load_Base(ctx, space, parts[i], static_cast<int>(i) + 1);
+  return rc;
+}
+
+/// Splits the file and loads the parts. Result 1; 0 when there are too few terms.
+int LoadSplit(VelorAContext* ctx, TVelorSpace* space, const std::string& lk1) {
   const std::string directory = utils::PathUtil::GetDirectoryName(space->termPath) + "/";
+  std::vector<std::string> parts;
+  for (int part = 1; part <= velor_01::kMaxTermIndexes; ++part)
+    parts.push_back(PartFile(directory, space->termPath, part));
   int rc = SplitLkFile(space, lk1, directory);
-  for (int part = 1; part <= velor_01::kMaxTermIndexes; ++part) {
-    const std::string file = PartFile(directory, space->termPath, part);
-    if (rc == 1)
-      if (int failed = VelorLnk_Load_Base(ctx, space, file, part); failed != kOk) rc = failed;
-    ::unlink(file.c_str());
-  }
+  if (rc == 1)
+    if (int failed = LoadParts(ctx, space, parts); failed != kOk) rc = failed;
+  for (const std::string& part : parts) ::unlink(part.c_str());
   return rc;
 }
 
@@ -152,7 +162,7 @@ int LoadParts(VelorAContext* ctx, TVelorSpace* space, const std::string& lk1) {
 int LoadNewFiles(VelorAContext* ctx, TVelorSpace* space, const std::string& lk1, bool* isSplit) {
   *isSplit = false;
   if (WantsSplit(*ctx)) {
-    const int rc = LoadParts(ctx, space, lk1);
+    const int rc = LoadSplit(ctx, space, lk1);
     *isSplit = rc == 1;
     if (rc != 0) return *isSplit ? kOk : rc;
   }
@@ -177,12 +187,17 @@ int LoadDictionary(VelorAContext* ctx, TVelorSpace* space, const std::string& st
   if (ctx == nullptr || !velor_32::IsOpen(space)) return velor_32::kNoSpace;
   return velor_32::AtEdge([&] {
     const std::string lk1 = stem + ".lk1";
+    if (int rc = velor_32::FinishTermSwap(space->termPath); rc != kOk) return rc;
     RemoveNewFiles(space->termPath);
     bool isSplit = false;
     int rc = LoadNewFiles(ctx, space, lk1, &isSplit);
-    if (rc == kOk) rc = PutInPlace(space->termPath, isSplit);
-    RemoveNewFiles(space->termPath);
-    if (rc != kOk) return rc;
+    if (rc == kOk && isSplit && !MakeEmptySet(space->termPath, kMainSet)) rc = kNoInvertedFile;
+    if (rc == kOk) rc = velor_32::SwapTermFiles(space->termPath, isSplit);
+    if (rc != kOk) {
+      if (velor_32::ReadTermSwap(space->termPath) == velor_32::TermSwap::kNone)
+        RemoveNewFiles(space->termPath);
+      return rc;
+    }
     if (rc = OpenAnew(space); rc != kOk) return rc;
     if (!forMerge) rc = velor_32::MarkAllActualized(space, ctx->relayRecTime);
     if (rc == kOk && !keepTermFile) ::unlink(lk1.c_str());

@@ -6,7 +6,7 @@
 #include "storage/velor_space.h"
 
 /// Loading: the last stage of a bulk build. A sorted term file becomes a packed dictionary, which then takes
-/// the place of the old one (dict_files.h).
+/// the place of the old one (storage/term_swap.h).
 namespace velora {
 
 constexpr int kStopped = -999;   // a stop was asked for

@@ -56,7 +56,7 @@ class PostingWriter {
   const int size_;  // bytes of a posting
   const bool isFullText_;
   const std::string spillPath_;
-  OutputFile ifp_;
+  BuildFile ifp_;
   int spillFile_ = -1;
   std::unique_ptr<char[]> block_;
   std::int64_t count_ = 0;    // postings in the block

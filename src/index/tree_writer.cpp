@@ -28,7 +28,7 @@ void BlockFill::Add(std::string_view key, std::int32_t low, std::int32_t high) {
   std::memcpy(block_.at(block_.free), key.data(), key.size());
 }
 
-void BlockFill::WriteTo(OutputFile* file, std::int32_t number, std::int32_t prev, std::int32_t next) {
+void BlockFill::WriteTo(BuildFile* file, std::int32_t number, std::int32_t prev, std::int32_t next) {
   block_.number = number;
   block_.prev = prev;
   block_.next = next;

@@ -19,7 +19,7 @@ class BlockFill {
   [[nodiscard]] std::string_view firstKey() const { return block_.key(1); }
 
   /// Appends the block to a file and begins a new one.
-  void WriteTo(OutputFile* file, std::int32_t number, std::int32_t prev, std::int32_t next);
+  void WriteTo(BuildFile* file, std::int32_t number, std::int32_t prev, std::int32_t next);
 
  private:
   velor_01::TTermBlock block_;
@@ -54,8 +54,8 @@ class TreeWriter {
   void FlushNode(std::int32_t prev, bool isLast, std::vector<Child>* above);
   void WriteUpperLevels();
 
-  OutputFile l01_;
-  OutputFile n01_;
+  BuildFile l01_;
+  BuildFile n01_;
   BlockFill leaf_;
   BlockFill node_;
   std::int32_t leaves_ = 0;  // blocks written

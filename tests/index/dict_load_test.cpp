@@ -60,7 +60,7 @@ class Base {
   [[nodiscard]] const test::TempDir& dir() const { return dir_; }
 
  private:
-  static constexpr const char* kSplit = "[MAIN]\nCREATE_OLD_INVERTION_FILES=1\n";
+  static constexpr const char* kSplit = "[MAIN]\nMULTILOAD=1\nCREATE_OLD_INVERTION_FILES=1\n";
   static constexpr const char* kOneSet = "[MAIN]\nCREATE_OLD_INVERTION_FILES=0\n";
 
   test::TempDir dir_;
