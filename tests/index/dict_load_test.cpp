@@ -128,7 +128,7 @@ TEST(DictLoad, ReadsBackWhatWasLoaded) {
     const DictionaryModel model = MakeModel(random, c.terms, c.isFullText);
     Base base(c.isFullText, c.isSplit);
     ASSERT_EQ(base.Load(FileOf(model, c.isFullText)), 0) << base.message();
-    EXPECT_EQ(test::ReadDictionary(base.space()), model);
+    EXPECT_EQ(test::ReadDictionaryModel(base.space()), model);
     EXPECT_EQ(std::filesystem::exists(base.path() + ".inv"), c.isSplit && c.terms > 10);
     EXPECT_EQ(FindingsOf(base), "");
   }
@@ -145,7 +145,7 @@ TEST(DictLoad, GivesADictionaryThatCanBeChanged) {
     ASSERT_EQ(velor_32::InsertTerm(base.space(), term.c_str(), behind), 0) << term;
     list.push_back(behind);
   }
-  EXPECT_EQ(test::ReadDictionary(base.space()), model);
+  EXPECT_EQ(test::ReadDictionaryModel(base.space()), model);
   EXPECT_EQ(FindingsOf(base), "");
 }
 
@@ -155,7 +155,7 @@ TEST(DictLoad, SpillsTheLongestTerms) {
   model["W"] = {{1, 1, 1, 1}};
   Base base;
   ASSERT_EQ(base.Load(FileOf(model, false)), 0);
-  EXPECT_TRUE(test::ReadDictionary(base.space()) == model);
+  EXPECT_TRUE(test::ReadDictionaryModel(base.space()) == model);
   EXPECT_FALSE(std::filesystem::exists(base.path() + ".pst_"));
 }
 
@@ -174,7 +174,7 @@ TEST(DictLoad, ReplacesEitherKindByEither) {
                                      std::filesystem::copy_options::overwrite_existing);
       const DictionaryModel model = MakeModel(random, 70, false);
       ASSERT_EQ(base.Load(FileOf(model, false)), 0);
-      EXPECT_EQ(test::ReadDictionary(base.space()), model);
+      EXPECT_EQ(test::ReadDictionaryModel(base.space()), model);
       EXPECT_EQ(FindingsOf(base), "");
     }
   }
@@ -201,7 +201,7 @@ TEST(DictLoad, RefusesDamagedFilesAndKeepsTheDictionary) {
     SCOPED_TRACE(c.why);
     EXPECT_EQ(base.Load(c.text), velora::kBadOrder);
     EXPECT_EQ(base.message(), c.message);
-    EXPECT_EQ(test::ReadDictionary(base.space()), old);
+    EXPECT_EQ(test::ReadDictionaryModel(base.space()), old);
     EXPECT_FALSE(std::filesystem::exists(base.path() + ".n01_"));
   }
   EXPECT_EQ(base.Load("1 1 1 1 " + std::string(256, 'A') + "\r\n"), velora::kBadOrder);
@@ -215,7 +215,7 @@ TEST(DictLoad, PutsNegativeNumbersInTheirPlace) {
                       "1 -71 -6 2 0 0 0 0 A\r\n2 -1 -1 1 0 0 0 0 A\r\n"),
             0);
   const test::PostingVector expected = {{1, -71, -6, 2}, {1, -70, -6, 2}, {1, -5, -6, 1}, {2, -1, -1, 1}};
-  EXPECT_EQ(test::ReadDictionary(base.space())["A"], expected);
+  EXPECT_EQ(test::ReadDictionaryModel(base.space())["A"], expected);
 }
 
 TEST(DictLoad, MarksTheRecordsAsActualized) {
@@ -238,7 +238,7 @@ TEST(DictLoad, LeavesALockedDatabaseAlone) {
   ASSERT_EQ(velor_32::VelorLockDB(base.space()), 0);
   EXPECT_EQ(base.Load("1 1 1 1 A\r\n"), -300);
   EXPECT_EQ(velor_32::VelorIsDBLocked(base.space()), -300);
-  EXPECT_TRUE(test::ReadDictionary(base.space()).empty());
+  EXPECT_TRUE(test::ReadDictionaryModel(base.space()).empty());
 }
 
 }  // namespace

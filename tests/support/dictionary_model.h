@@ -15,7 +15,7 @@ using PostingVector = std::vector<velor_01::TifpItemPosting>;
 using DictionaryModel = std::map<std::string, PostingVector>;
 
 /// All terms of an open dictionary that have postings, by walking through it.
-inline DictionaryModel ReadDictionary(velor_32::TVelorSpace* space) {
+inline DictionaryModel ReadDictionaryModel(velor_32::TVelorSpace* space) {
   DictionaryModel model;
   char term[velor_01::kTermBufferSize] = "\x01";
   for (int rc = velor_32::Velorfind0(space, term, true); rc == 0 || rc == -202 || rc == -204;) {
