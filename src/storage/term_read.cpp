@@ -24,6 +24,7 @@ constexpr int kBehindLastTerm = -203;
 constexpr int kBelowFirstTerm = -204;
 constexpr int kDeepestTree = 32;           // levels; a deeper one is a loop
 constexpr int kMostEmptySegments = 65536;  // in a row
+constexpr int kMostDivisions = 64;         // of one leaf that a step back meets
 
 void CopyTerm(std::string_view key, char* term) {
   std::memcpy(term, key.data(), key.size());
@@ -81,6 +82,21 @@ bool Descend(TSpaceTrm& index, std::string_view key) {
   return child != 0 && ReadTermBlock(index.l01, -child, false, &index.leafBlock);
 }
 
+/// Goes on to the next leaf when the search key belongs there: a leaf that is being divided is reached by the
+/// tree last.
+bool MoveRight(TSpaceTrm& index, std::string_view key) {
+  const TTermBlock& leaf = index.leafBlock;
+  TTermBlock next;
+  const std::int32_t number = leaf.next;
+  if (number < 1 || leaf.count < 1 || !ReadTermBlock(index.l01, number, false, &next) || next.count < 1)
+    return false;
+  const bool ascends = utils::CompareUtf8(next.key(1), leaf.key(leaf.count)) > 0;
+  if (!ascends || utils::CompareUtf8(next.key(1), key) > 0) return false;
+  index.leafBlock = next;
+  index.trail.Put(index.trail.GetCount() - 1, -number);
+  return true;
+}
+
 /// The search key lies behind all keys of the leaf.
 int FindBehindLeaf(TVelorSpace* space, TSpaceTrm& index, int place, bool followNext, char* term) {
   if (index.leafBlock.next < 0) {
@@ -119,7 +135,8 @@ int FindInIndex(TVelorSpace* space, TSpaceTrm& index, char* term, bool followNex
     return kNoInvertedFile;
   }
   int place = 0;
-  const int order = findterm_in_block(index.leafBlock, key, &place);
+  int order = findterm_in_block(index.leafBlock, key, &place);
+  while (order < 0 && MoveRight(index, key)) order = findterm_in_block(index.leafBlock, key, &place);
   if (order < 0) return FindBehindLeaf(space, index, place, followNext, term);
   index.trail.Add(place);
   const int rc = TakeTerm(space, index, term);
@@ -177,6 +194,19 @@ int StepForward(TVelorSpace* space, TSpaceTrm& index, char* term) {
   return TakeTerm(space, index, term);
 }
 
+/// Reads leaf `*prev`, or those behind it up to the one whose next leaf is `from`: of a division the back
+/// link is written last.
+bool ReadLeafBefore(TSpaceTrm& index, std::int32_t from, std::int32_t* prev) {
+  if (!ReadTermBlock(index.l01, *prev, false, &index.leafBlock)) return false;
+  for (int i = 0; i < kMostDivisions && index.leafBlock.next > 0 && index.leafBlock.next != from; ++i) {
+    TTermBlock between;
+    if (!ReadTermBlock(index.l01, index.leafBlock.next, false, &between) || between.prev != *prev) break;
+    *prev = between.number;
+    index.leafBlock = between;
+  }
+  return true;
+}
+
 int StepBack(TVelorSpace* space, TSpaceTrm& index, char* term) {
   const int position = Position(index);
   if (position > 1) {
@@ -193,9 +223,10 @@ int StepBack(TVelorSpace* space, TSpaceTrm& index, char* term) {
     }
     return EndOfTerms(*first, position, kBelowFirstTerm, term);
   }
-  const std::int32_t prev = index.leafBlock.prev;
+  std::int32_t prev = index.leafBlock.prev;
   const std::string first(index.leafBlock.count > 0 ? index.leafBlock.key(1) : std::string_view());
-  if (!ReadTermBlock(index.l01, prev, false, &index.leafBlock) || index.leafBlock.count < 1 ||
+  const std::int32_t from = -index.trail.Get(index.trail.GetCount() - 2);
+  if (!ReadLeafBefore(index, from, &prev) || index.leafBlock.count < 1 ||
       (!first.empty() && utils::CompareUtf8(index.leafBlock.key(index.leafBlock.count), first) >= 0)) {
     index.trail.Clear();
     ForgetPostings(index);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/record_format.h"
+#include "storage/term_journal.h"
 #include "storage/term_read.h"
 #include "storage/term_tree.h"
 #include "utils/file_layer.h"
@@ -31,6 +33,8 @@ constexpr int kBelowFirstTerm = -204;
 constexpr int kHeadSize = sizeof(TifpHeader);
 constexpr int kUsualSegment = 256;      // postings that one read brings along; a larger segment is divided
 constexpr int kMostSegments = 1 << 24;  // in a chain
+constexpr int kPrevPlace = 4;           // of the back link in a block
+constexpr std::int64_t kPageSize = 4096;
 
 std::int64_t NextOf(const TifpHeader& head) {
   return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
@@ -62,10 +66,16 @@ class TermChange {
     if (term_.size() > velor_01::kLongestTerm) term_.resize(velor_01::kLongestTerm);
   }
 
-  int Insert(const TifpItemPosting& posting);
-  int Delete(const TifpItemPosting& posting);
+  int Insert(const TifpItemPosting& posting) { return Finish(TryInsert(posting)); }
+  int Delete(const TifpItemPosting& posting) { return Finish(TryDelete(posting)); }
 
  private:
+  int TryInsert(const TifpItemPosting& posting);
+  int TryDelete(const TifpItemPosting& posting);
+  int Finish(int rc);
+  [[nodiscard]] bool SaveSegment(const Segment& segment, int slots, std::int64_t countedAt);
+  [[nodiscard]] bool SaveDivision(TermJournal::File file, std::int32_t number, std::int32_t newNumber,
+                                  const TTermBlock& block);
   [[nodiscard]] int Find();
   [[nodiscard]] bool ReadControl();
   [[nodiscard]] bool ReadSegment(std::int64_t offset, Segment* segment) const;
@@ -80,15 +90,18 @@ class TermChange {
   int InsertNewTerm(const TifpItemPosting& posting, int found);
   int InsertKey(std::int64_t offset, int position);
   int DivideUpwards(std::string key, std::int32_t child);
-  std::int32_t NewBlockNumber(bool isLeaf);
+  int RaiseRoot(const std::string& key, std::int32_t child);
+  [[nodiscard]] std::int32_t NextBlockNumber(bool isLeaf) const;
+  [[nodiscard]] bool CountBlock(bool isLeaf, std::int32_t number);
   int InsertInChain(Segment* first, const TifpItemPosting& posting);
   int InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting);
   int MoveSegment(Segment* segment, int place, const TifpItemPosting& posting);
   int SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
-                   TifpSpecial* entry);
+                   std::int64_t countedAt, TifpSpecial* entry);
   int InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
+  int MakeRoomForEntry(const TifpHeader& head, std::int64_t* headOffset);
   int insert_special(std::int64_t headOffset, const TifpSpecial& entry);
-  int RemoveFrom(Segment* first, Segment* segment, int place);
+  int RemoveFrom(Segment* segment, int place, std::int64_t countedAt);
   int DeleteInChain(Segment* first, const TifpItemPosting& posting);
   int DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
   [[nodiscard]] bool AddToTotal(std::int64_t headOffset, int change);
@@ -98,7 +111,22 @@ class TermChange {
   std::string term_;
   TSpaceTrm* index_ = nullptr;
   Tifp_MaxFileSize control_;
+  TermJournal journal_;
 };
+
+TermJournal::Range BlockRange(TermJournal::File file, std::int32_t number) {
+  return {file, (std::int64_t{number} - 1) * velor_01::kTermBlockSize, velor_01::kTermBlockSize};
+}
+
+constexpr TermJournal::Range kControlRange = {TermJournal::kIfp, 0, sizeof(Tifp_MaxFileSize)};
+
+/// A change of several writes is done as a whole, or taken back.
+int TermChange::Finish(int rc) {
+  if (!journal_.isActive()) return rc;
+  if (rc == kOk && journal_.Clear(*index_)) return kOk;
+  UndoTermChange(*index_);
+  return rc == kOk ? kNoInvertedFile : rc;
+}
 
 int TermChange::Find() {
   char key[velor_01::kTermBufferSize] = {};
@@ -152,8 +180,31 @@ std::vector<char> TermChange::Image(const Segment& segment, int capacitySlots) c
   return image;
 }
 
-/// Head and slots in one write: a reader, or a crash, sees the segment before or after it. `capacitySlots`
-/// says how many slots are written; those behind the used ones are zero.
+/// Notes a segment of which `slots` slots are to be written, and the head at `countedAt`, unless 0, that
+/// counts its postings too. A write within one page happens as a whole and needs no note when it is the only
+/// one.
+bool TermChange::SaveSegment(const Segment& segment, int slots, std::int64_t countedAt) {
+  const std::int64_t length = kHeadSize + std::int64_t{slots} * size_;
+  const TermJournal::Range range = {TermJournal::kIfp, segment.offset, length};
+  if (countedAt > 0)
+    return journal_.Save(*index_, control_, {range, {TermJournal::kIfp, countedAt, kHeadSize}});
+  const bool isWhole = segment.offset / kPageSize == (segment.offset + length - 1) / kPageSize;
+  return isWhole || journal_.Save(*index_, control_, {range});
+}
+
+/// Notes what the division of a block writes.
+bool TermChange::SaveDivision(TermJournal::File file, std::int32_t number, std::int32_t newNumber,
+                              const TTermBlock& block) {
+  if (block.next < 1)
+    return journal_.Save(*index_, control_,
+                         {kControlRange, BlockRange(file, number), BlockRange(file, newNumber)});
+  const TermJournal::Range back = {file, BlockRange(file, block.next).offset + kPrevPlace, 4};
+  return journal_.Save(*index_, control_,
+                       {kControlRange, BlockRange(file, number), BlockRange(file, newNumber), back});
+}
+
+/// Head and slots in one write: a reader sees the segment before or after it. `capacitySlots` says how many
+/// slots are written; those behind the used ones are zero.
 bool TermChange::WriteSegment(const Segment& segment, int capacitySlots) const {
   const std::vector<char> image = Image(segment, capacitySlots);
   return utils::WriteAt(index_->ifp, segment.offset, image.data(), image.size());
@@ -240,6 +291,8 @@ int TermChange::InsertNewTerm(const TifpItemPosting& posting, int found) {
   if (segment.offset < 0) return kNoInvertedFile;
   if (index_->root == 0) {
     const bool ok =
+        journal_.Save(*index_, control_,
+                      {kControlRange, BlockRange(TermJournal::kL01, 1), BlockRange(TermJournal::kN01, 1)}) &&
         backup::_expand_l01(index_->l01, &control_, 1) && backup::_expand_n01(index_->n01, &control_, 1) &&
         (control_.marker != velor_01::kSizeMarker || backup::WriteIfpControl(index_->ifp, control_)) &&
         InitN(index_, term_, segment.offset);
@@ -262,23 +315,29 @@ int TermChange::InsertKey(std::int64_t offset, int position) {
   if (IsPlace_In_Block(*block, term_))
     return Insert_Term_In_Block(index_->l01, block, leaf, term_, value, position, true) ? kOk
                                                                                         : kNoInvertedFile;
-  const std::int32_t number = NewBlockNumber(true);
+  const std::int32_t number = NextBlockNumber(true);
   TTermBlock newBlock;
   std::string key = term_;
-  if (number < 1 || !Divide_Block(index_->l01, block, &newBlock, leaf, number, &key, value, position))
+  if (number < 1 || !SaveDivision(TermJournal::kL01, leaf, number, *block) || !CountBlock(true, number) ||
+      !Divide_Block(index_->l01, block, &newBlock, leaf, number, &key, value, position))
     return kNoInvertedFile;
   return DivideUpwards(std::move(key), -number);
 }
 
-/// The number of the next block of a file, counted in the control record before it is used; -1 on failure.
-std::int32_t TermChange::NewBlockNumber(bool isLeaf) {
+/// The number of the next block of a file.
+std::int32_t TermChange::NextBlockNumber(bool isLeaf) const {
   const int file = isLeaf ? index_->l01 : index_->n01;
   if (control_.marker != velor_01::kSizeMarker)
     return static_cast<std::int32_t>(backup::_llseek(file, 0, SEEK_END) / velor_01::kTermBlockSize + 1);
-  const std::int32_t number = (isLeaf ? control_.l01Blocks : control_.n01Blocks) + 1;
-  const bool ok =
-      isLeaf ? backup::_expand_l01(file, &control_, number) : backup::_expand_n01(file, &control_, number);
-  return ok && backup::WriteIfpControl(index_->ifp, control_) ? number : -1;
+  return (isLeaf ? control_.l01Blocks : control_.n01Blocks) + 1;
+}
+
+/// Makes room for a block and counts it in the control record, before it is used.
+bool TermChange::CountBlock(bool isLeaf, std::int32_t number) {
+  if (control_.marker != velor_01::kSizeMarker) return true;
+  const bool hasRoom = isLeaf ? backup::_expand_l01(index_->l01, &control_, number)
+                              : backup::_expand_n01(index_->n01, &control_, number);
+  return hasRoom && backup::WriteIfpControl(index_->ifp, control_);
 }
 
 /// Takes a separator up the trail, dividing full nodes, until one has room; a divided root gets a new one
@@ -290,25 +349,34 @@ int TermChange::DivideUpwards(std::string key, std::int32_t child) {
     TTermBlock node;
     if (!ReadTermBlock(index_->n01, number, true, &node)) return kNoInvertedFile;
     if (IsPlace_In_Block(node, key))
-      return Insert_Term_In_Block(index_->n01, &node, number, key, {child, 0}, position, true)
+      return journal_.Save(*index_, control_, {BlockRange(TermJournal::kN01, number)}) &&
+                     Insert_Term_In_Block(index_->n01, &node, number, key, {child, 0}, position, true)
                  ? kOk
                  : kNoInvertedFile;
-    const std::int32_t newNumber = NewBlockNumber(false);
+    const std::int32_t newNumber = NextBlockNumber(false);
     TTermBlock newNode;
-    if (newNumber < 1 ||
+    if (newNumber < 1 || !SaveDivision(TermJournal::kN01, number, newNumber, node) ||
+        !CountBlock(false, newNumber) ||
         !Divide_Block(index_->n01, &node, &newNode, number, newNumber, &key, {child, 0}, position))
       return kNoInvertedFile;
     child = newNumber;
   }
-  const std::int32_t root = NewBlockNumber(false);
-  if (root < 1 || !InitN0(index_->n01, &index_->nodeBlock, root, key, index_->root, child))
-    return kNoInvertedFile;
-  return kOk;
+  return RaiseRoot(key, child);
+}
+
+int TermChange::RaiseRoot(const std::string& key, std::int32_t child) {
+  const std::int32_t root = NextBlockNumber(false);
+  const bool ok =
+      root > 0 &&
+      journal_.Save(*index_, control_,
+                    {kControlRange, BlockRange(TermJournal::kN01, root), {TermJournal::kN01, 0, 4}}) &&
+      CountBlock(false, root) && InitN0(index_->n01, &index_->nodeBlock, root, key, index_->root, child);
+  return ok ? kOk : kNoInvertedFile;
 }
 
 // ---- postings of a term that exists ----
 
-int TermChange::Insert(const TifpItemPosting& posting) {
+int TermChange::TryInsert(const TifpItemPosting& posting) {
   if (posting.mfn < 0 || term_.empty()) return kOk;
   const int found = Find();
   if (!index_) return kNoInvertedFile;
@@ -326,7 +394,7 @@ int TermChange::Insert(const TifpItemPosting& posting) {
   first.head.used = 0;
   InsertSlot(&first, 0, posting);
   first.head.total = 1;
-  return WriteSegment(first, 1) ? kOk : kNoInvertedFile;
+  return SaveSegment(first, 1, 0) && WriteSegment(first, 1) ? kOk : kNoInvertedFile;
 }
 
 /// The first segment that does not end below the posting takes it, or else the last one.
@@ -347,19 +415,22 @@ int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
   return kNoInvertedFile;
 }
 
+/// The total of the term rises first: a reader stops at the end of the chain, but never before the last
+/// posting.
 int TermChange::InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting) {
   const bool isFirst = segment == first;
+  const std::int64_t countedAt = isFirst ? 0 : first->offset;
   if (segment->head.used < segment->head.capacity) {
     InsertSlot(segment, place, posting);
     segment->head.total = isFirst ? segment->head.total + 1 : segment->head.used;
-    if (!WriteSegment(*segment, segment->head.used)) return kNoInvertedFile;
-    return isFirst || AddToTotal(first->offset, 1) ? kOk : kNoInvertedFile;
+    if (!SaveSegment(*segment, segment->head.used, countedAt)) return kNoInvertedFile;
+    if (!isFirst && !AddToTotal(countedAt, 1)) return kNoInvertedFile;
+    return WriteSegment(*segment, segment->head.used) ? kOk : kNoInvertedFile;
   }
   if (isFirst && segment->IsLast() && segment->head.used < kUsualSegment)
     return MoveSegment(segment, place, posting);
   if (isFirst) ++segment->head.total;
-  if (int rc = SplitSegment(segment, place, posting, segment->head.used + 1, nullptr); rc != kOk) return rc;
-  return isFirst || AddToTotal(first->offset, 1) ? kOk : kNoInvertedFile;
+  return SplitSegment(segment, place, posting, segment->head.used + 1, countedAt, nullptr);
 }
 
 /// The only segment of a term moves to twice the room; the former one stays as dead space.
@@ -374,9 +445,10 @@ int TermChange::MoveSegment(Segment* segment, int place, const TifpItemPosting& 
 }
 
 /// The upper half of the postings goes to a new segment behind this one. `entry`, unless null, receives what
-/// a special block has to know of it. For the first segment of a chain the caller has raised `total`.
+/// a special block has to know of it. The head at `countedAt` counts the new posting too; it is 0 for the
+/// first segment of a chain, whose `total` the caller has raised.
 int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
-                             TifpSpecial* entry) {
+                             std::int64_t countedAt, TifpSpecial* entry) {
   const std::int32_t total = segment->head.total;
   const bool keepsTotal = total != segment->head.used;  // the first segment of a chain counts the whole term
   InsertSlot(segment, place, posting);
@@ -400,7 +472,10 @@ int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting&
   segment->head.used = kept;
   segment->head.total = keepsTotal ? total : kept;
   SetNext(&segment->head, upper.offset);
-  return WriteSegment(*segment, std::max(written, kept)) ? kOk : kNoInvertedFile;
+  const int slots = std::max(written, kept);
+  if (!SaveSegment(*segment, slots, countedAt)) return kNoInvertedFile;
+  if (countedAt > 0 && !AddToTotal(countedAt, 1)) return kNoInvertedFile;
+  return WriteSegment(*segment, slots) ? kOk : kNoInvertedFile;
 }
 
 // ---- under a special block ----
@@ -419,18 +494,39 @@ int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   if (segment.head.used < segment.head.capacity) {
     InsertSlot(&segment, place, posting);
     segment.head.total = segment.head.used;
-    if (!WriteSegment(segment, segment.head.used)) return kNoInvertedFile;
-  } else {
-    TifpSpecial entry;
-    segment.head.total = segment.head.used;
-    if (int rc = SplitSegment(&segment, place, posting, segment.head.capacity, &entry); rc != kOk) return rc;
-    if (int rc = insert_special(headOffset, entry); rc != kOk) return rc;
-    headOffset = CurrentTermOffset(*index_);
+    const bool ok = SaveSegment(segment, segment.head.used, headOffset) && AddToTotal(headOffset, 1) &&
+                    WriteSegment(segment, segment.head.used);
+    return ok ? kOk : kNoInvertedFile;
   }
-  return AddToTotal(headOffset, 1) ? kOk : kNoInvertedFile;
+  if (int rc = MakeRoomForEntry(head, &headOffset); rc != kOk) return rc;
+  TifpSpecial entry;
+  segment.head.total = segment.head.used;
+  if (int rc = SplitSegment(&segment, place, posting, segment.head.capacity, headOffset, &entry); rc != kOk)
+    return rc;
+  return insert_special(headOffset, entry);
 }
 
-/// Adds an entry to the special block of the term, which moves to free space when it is full.
+/// A special block that is full moves to free space, with room for more.
+int TermChange::MakeRoomForEntry(const TifpHeader& head, std::int64_t* headOffset) {
+  if (head.used < head.capacity) return kOk;
+  const std::int64_t size = velor_01::SpecialSize(space_->isFullText);
+  const std::int64_t capacity = 4 * (std::int64_t{head.used} + 1) + 4;
+  const std::int64_t bytes = kHeadSize + head.used * size;
+  if (PassesLimit(capacity * size) || capacity * size > std::numeric_limits<std::int32_t>::max() / 2)
+    return kNoMemory;
+  if (*headOffset + bytes > backup::_llseek(index_->ifp, 0, SEEK_END)) return kNoInvertedFile;
+  std::vector<char> image(static_cast<std::size_t>(kHeadSize + capacity * size));
+  if (!utils::ReadAt(index_->ifp, *headOffset, image.data(), static_cast<std::size_t>(bytes)))
+    return kNoInvertedFile;
+  TifpHeader moved = head;
+  moved.capacity = static_cast<std::int32_t>(capacity);
+  backup::hton_velor_struct(&moved, backup::kSegmentHeadStruct);
+  std::memcpy(image.data(), &moved, kHeadSize);
+  *headOffset = Append(image);
+  return *headOffset > 0 && SetTermOffset(*headOffset) ? kOk : kNoInvertedFile;
+}
+
+/// Adds an entry to the special block of the term, which has room for it.
 int TermChange::insert_special(std::int64_t headOffset, const TifpSpecial& entry) {
   const int size = velor_01::SpecialSize(space_->isFullText);
   TifpHeader head;
@@ -456,28 +552,23 @@ int TermChange::insert_special(std::int64_t headOffset, const TifpSpecial& entry
   EncodeSpecial(entry, space_->isFullText, slot);
   image.insert(image.begin() + kHeadSize + std::ptrdiff_t{low} * size, slot, slot + size);
   ++head.used;
-  const bool fits = head.used <= head.capacity;
-  if (!fits) head.capacity = 4 * head.used + 4;
   TifpHeader fileHead = head;
   backup::hton_velor_struct(&fileHead, backup::kSegmentHeadStruct);
   std::memcpy(image.data(), &fileHead, kHeadSize);
-  if (fits)
-    return utils::WriteAt(index_->ifp, headOffset, image.data(), image.size()) ? kOk : kNoInvertedFile;
-
-  if (PassesLimit(std::int64_t{head.capacity} * size)) return kNoMemory;
-  image.resize(static_cast<std::size_t>(kHeadSize) +
-               static_cast<std::size_t>(head.capacity) * static_cast<std::size_t>(size));
-  const std::int64_t offset = Append(image);
-  return offset > 0 && SetTermOffset(offset) ? kOk : kNoInvertedFile;
+  const bool ok = journal_.Save(*index_, control_,
+                                {{TermJournal::kIfp, headOffset, static_cast<std::int64_t>(image.size())}}) &&
+                  utils::WriteAt(index_->ifp, headOffset, image.data(), image.size());
+  return ok ? kOk : kNoInvertedFile;
 }
 
 // ---- removal ----
 
-int TermChange::Delete(const TifpItemPosting& posting) {
+int TermChange::TryDelete(const TifpItemPosting& posting) {
   const int found = Find();
   if (!index_) return kNoInvertedFile;
   if (found == kTermNotFound || found == kBelowFirstTerm) return kOk;
   if (found != kOk) return found;
+  if (!ReadControl()) return kNoInvertedFile;
   Segment first;
   if (!ReadSegment(CurrentTermOffset(*index_), &first)) return kNoInvertedFile;
   if (first.head.nextHigh == velor_01::kSpecialMark)
@@ -492,7 +583,7 @@ int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
-    if (found) return RemoveFrom(first, segment, place);
+    if (found) return RemoveFrom(segment, place, segment == first ? 0 : first->offset);
     if (place < segment->head.used || segment->IsLast()) return kOk;
     const std::int64_t next = NextOf(segment->head);
     segment = &other;
@@ -512,25 +603,19 @@ int TermChange::DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
   const int place = FindSlot(segment, posting, &found);
   if (place < 0 || !found) return kNoInvertedFile;
-  if (RemoveFrom(nullptr, &segment, place) != kOk) return kNoInvertedFile;
-  return AddToTotal(headOffset, -1) ? kOk : kNoInvertedFile;
+  return RemoveFrom(&segment, place, headOffset);
 }
 
-/// The slots behind move down, the last one becomes zero. `first` is the first segment of a chain, null under
-/// a special block.
-int TermChange::RemoveFrom(Segment* first, Segment* segment, int place) {
+/// The slots behind move down, the last one becomes zero. The head at `countedAt` counts the posting too; it
+/// is 0 for the first segment of a chain.
+int TermChange::RemoveFrom(Segment* segment, int place, std::int64_t countedAt) {
   const int before = segment->head.used;
   const auto begin = segment->slots.begin() + std::ptrdiff_t{place} * size_;
   segment->slots.erase(begin, begin + size_);
   --segment->head.used;
-  if (segment == first) {
-    --segment->head.total;
-  } else {
-    segment->head.total = segment->head.used;
-  }
-  if (!WriteSegment(*segment, before)) return kNoInvertedFile;
-  if (!first || segment == first) return kOk;
-  return AddToTotal(first->offset, -1) ? kOk : kNoInvertedFile;
+  segment->head.total = countedAt > 0 ? segment->head.used : segment->head.total - 1;
+  if (!SaveSegment(*segment, before, countedAt) || !WriteSegment(*segment, before)) return kNoInvertedFile;
+  return countedAt < 1 || AddToTotal(countedAt, -1) ? kOk : kNoInvertedFile;
 }
 
 }  // namespace

@@ -21,6 +21,7 @@
 #include "storage/record_status.h"
 #include "storage/shelf.h"
 #include "storage/xrf_info.h"
+#include "support/kill_at_write.h"
 #include "support/open_space.h"
 #include "support/temp_dir.h"
 #include "support/verify.h"
@@ -398,46 +399,121 @@ TEST_F(RecordUpdateTest, WritersAtTheSameTimeLoseNothing) {
   EXPECT_EQ(test::Verify(path_), "");
 }
 
-/// Puts files back to what they were in the middle of an update: all of it done but the entry, and the image
-/// cut.
-void UndoEnd(const std::string& path, const std::string& xrfBefore, std::size_t imageEnd, std::size_t cut) {
-  std::ofstream(path + ".xrf", std::ios::binary) << xrfBefore;
-  std::fstream mst(path + ".mst", std::ios::binary | std::ios::in | std::ios::out);
-  mst.seekp(static_cast<std::streamoff>(imageEnd - cut));
-  mst << std::string(cut, '\0');
+/// The operations that write records, on a database whose record 1 has a long second version, 2 is deleted
+/// physically, and 3 is short.
+struct Operation {
+  const char* name;
+  int (*run)(TVelorSpace* space, const Fields& late);
+  int stored;  // number of the record that holds `late` afterwards; 0 for none
+};
+
+int Change(TVelorSpace* space, int mfn, const Fields& late) {
+  VelorRecord(space, 0, mfn);
+  test::SetFields(space, 0, late);
+  return VelorRecUpdate0(space, 0, false, true);
 }
 
-TEST_F(RecordUpdateTest, TheUpdateOfADeadWriterIsTakenBack) {
-  for (const std::size_t cut : {0U, 10U, 560U, 580U}) {
-    for (const bool isNew : {false, true}) {
-      SCOPED_TRACE(std::to_string(cut) + (isNew ? " new" : " update"));
-      TestBase().Record({{1, "one"}}).Record({{1, "two"}}).WriteTo(path_);
-      const SpacePointer space = Open();
-      AddRecord(space.get(), {{1, "gone"}});
-      VelorRecPhysDelTime(space.get(), 3, kTimeout);
-      const std::string xrf = dir_.Read("db.xrf");
-      const Fields late = {{1, std::string(500, 'x')}, {2, "tail"}, {3, std::string(40, 'y')}};
-      if (!isNew) {
-        VelorRecord(space.get(), 0, 1);
-        test::SetFields(space.get(), 0, late);
-        ASSERT_EQ(Update(space.get()), kOk);
-      } else {
-        ASSERT_EQ(AddRecord(space.get(), late), 4);
-      }
-      velor_01::Tcntmst control;
-      ASSERT_TRUE(ReadControl(space->mst->mstFile, &control));
-      UndoEnd(path_, xrf, control.nxtLow, cut);
-      MendAfterDeadWriter(space.get());
+int AddWithoutMutex(TVelorSpace* space, const Fields& late) {
+  Velornewrec(space, 0);
+  test::SetFields(space, 0, late);
+  return VelorRecUpdate0(space, 0, false, true);
+}
 
-      EXPECT_EQ(test::Problems(test::Verify(path_)), "");
-      ASSERT_EQ(VelorRecord(space.get(), 0, 1), kOk);
-      EXPECT_EQ(test::FieldsOf(space.get(), 0), (Fields{{1, "one"}}));
-      EXPECT_EQ(Update(space.get()), kOk);
-      ASSERT_EQ(VelorRecord(space.get(), 0, 2), kOk);
-      EXPECT_EQ(AddRecord(space.get(), {{1, "next"}}), isNew ? 5 : 4);
+const Operation kOperations[] = {
+    {"new", AddWithoutMutex, 4},
+    {"new under a freed number",
+     [](TVelorSpace* space, const Fields& late) {
+       space->app->reusePhysDel = true;
+       return AddWithoutMutex(space, late);
+     },
+     2},
+    {"next version", [](TVelorSpace* space, const Fields& late) { return Change(space, 1, late); }, 1},
+    {"second version", [](TVelorSpace* space, const Fields& late) { return Change(space, 3, late); }, 3},
+    {"physical deletion", [](TVelorSpace* space, const Fields&) { return VelorRecPhysDel0(space, 3, true); },
+     0},
+    {"mark",
+     [](TVelorSpace* space, const Fields&) {
+       VelorRecUnactual0(space, 1);
+       return VelorRecUnactual0(space, 3);
+     },
+     0},
+};
+
+/// Stands for a test of writes that are done or not, with the images anywhere.
+constexpr int kWholeWrites = 100;
+
+/// What the writer of a record leaves when it dies at any of its writes, or in the middle of one.
+class DeadWriterTest : public RecordUpdateTest, public testing::WithParamInterface<int> {
+ protected:
+  /// Makes the database; the next image goes `before` bytes before the border of a page.
+  void Make(int before) {
+    TestBase()
+        .Record({{1, "one"}})
+        .PhysicallyDeleted()
+        .Record({{3, "three"}})
+        .Version(1, {{1, "two"}}, 2)
+        .WriteTo(path_);
+    const SpacePointer space = Open();
+    velor_01::Tcntmst control;
+    ASSERT_TRUE(ReadControl(space->mst->mstFile, &control));
+    const int head = velor_01::kLeaderSize + velor_01::kEntrySize;
+    const int fill = 3 * 4096 - before - static_cast<int>(control.nxtLow) - head;
+    VelorRecord(space.get(), 0, 1);
+    test::SetFields(space.get(), 0, {{1, std::string(static_cast<std::size_t>(fill), 'l')}});
+    ASSERT_EQ(Update(space.get()), kOk);
+  }
+
+  std::map<int, Fields> Records() {
+    std::map<int, Fields> records;
+    const SpacePointer space = Open();
+    for (int mfn = 1; mfn < Velormaxmfn(space.get()); ++mfn)
+      if (VelorRecord(space.get(), 0, mfn) == kOk) records[mfn] = test::FieldsOf(space.get(), 0);
+    return records;
+  }
+};
+
+TEST_P(DeadWriterTest, LosesOnlyWhatWasOnItsWay) {
+  const Fields late = {{1, std::string(9000, 'x')}, {2, "tail"}, {3, std::string(40, 'y')}};
+  for (const Operation& operation : kOperations) {
+    for (int point = 0, isDead = true; isDead; ++point) {
+      SCOPED_TRACE(std::string(operation.name) + " " + std::to_string(point));
+      Make(GetParam());
+      const std::map<int, Fields> before = Records();
+      isDead = test::DiesAtWrite({point, GetParam() != kWholeWrites}, [&] {
+        const SpacePointer space = Open();
+        operation.run(space.get(), late);
+      });
+      const SpacePointer space = Open();
+      if (isDead) MendAfterDeadWriter(space.get());
+      std::map<int, Fields> after = before;
+      if (operation.stored > 0) after[operation.stored] = late;
+      const std::map<int, Fields> now = Records();
+      EXPECT_TRUE(now == after || (isDead && now == before) || operation.stored == 0);
+
+      const std::string mended = dir_.Read("db.mst") + dir_.Read("db.xrf");
+      MendAfterDeadWriter(space.get());
+      EXPECT_TRUE(dir_.Read("db.mst") + dir_.Read("db.xrf") == mended) << "there is nothing left to mend";
+      const int next = Velormaxmfn(space.get());
+      EXPECT_EQ(Change(space.get(), 1, {{1, "again"}}), kOk);
+      EXPECT_EQ(AddRecord(space.get(), {{1, "next"}}), next);
       EXPECT_EQ(test::Problems(test::Verify(path_)), "");
     }
   }
+}
+
+INSTANTIATE_TEST_SUITE_P(BytesBeforeThePageBorder, DeadWriterTest,
+                         testing::Values(kWholeWrites, 6, 24, 28, 46));
+
+TEST_F(RecordUpdateTest, AnEntryAcrossTwoPagesMayBeTorn) {
+  constexpr int kMfn = 342;
+  TestBase base;
+  for (int mfn = 1; mfn <= kMfn + 3; ++mfn) base.Record({{1, "x"}});
+  base.WriteTo(path_);
+  const SpacePointer space = Open();
+  ASSERT_TRUE(test::DiesAtWrite({0, true}, [&] { VelorRecPhysDel0(space.get(), kMfn, true); }));
+  MendAfterDeadWriter(space.get());
+  EXPECT_EQ(VelorRecord(space.get(), 0, kMfn), kPhysicallyDeleted);
+  EXPECT_EQ(test::Problems(test::Verify(path_)), "");
 }
 
 TEST_F(RecordUpdateTest, MendingLeavesASoundDatabaseAlone) {
