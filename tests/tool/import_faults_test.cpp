@@ -4,8 +4,10 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include <filesystem>
 #include <map>
 #include <random>
+#include <sstream>
 
 #include "support/iso_builder.h"
 #include "support/program_runner.h"
@@ -48,7 +50,7 @@ class ImportFaultsTest : public testing::Test, public test::ProgramDir {
       ::usleep(1000);
   }
 
-  std::string Database() { return File("datai/test/test"); }
+  std::string Database() const { return File("datai/test/test"); }
 
   std::string prefix_ = "f" + std::to_string(::getpid() % 1000000);
 };
@@ -92,20 +94,93 @@ TEST_F(ImportFaultsTest, FourAtTheSameTimeLoseNothing) {
   EXPECT_EQ(test::Verify(Database()), "");
 }
 
-TEST_F(ImportFaultsTest, KilledAtAnyMoment) {
-  std::mt19937 random(17);
-  const std::string file = WriteRecords("k", 20000);
-  const std::string one = WriteRecords("one", 1);
-  for (int round = 0; round < 50; ++round) {
-    const pid_t child = Start(ImportWords(file));
-    ::usleep(static_cast<useconds_t>(random() % 60000));
+/// Runs that are killed at random moments, each followed by a short import that takes the mutex over.
+class KilledRunsTest : public ImportFaultsTest {
+ protected:
+  KilledRunsTest() {
+    Write("datai/test/test.fst", "1 0 mhl,(v1/)\r\n2 0 mhl,(v2/)\r\n3 4 mpl,v3\r\n");
+    file_ = WriteWords("k", 4000);
+    one_ = WriteWords("one", 1);
+  }
+
+  void SetIndexing(const char* value) {
+    Write("velora.ini",
+          std::string(
+              "[MAIN]\nDATAPATH=.\\DATAI\\\nworkdir=.\\WORKDIR\\\nCREATE_OLD_INVERTION_FILES=0\nRECUPDIF=") +
+              value + "\n");
+  }
+
+  /// Records of words: one that all share, some rare ones, and long ones that fill the blocks of the
+  /// dictionary.
+  std::string WriteWords(const std::string& name, int count) {
+    std::string bytes;
+    for (int i = 0; i < count; ++i) {
+      std::string words = "COMMON";
+      for (int n = 0; n < 6; ++n)
+        words += " " + std::string(60, static_cast<char>('A' + random_() % 26)) + Letters(random_());
+      bytes += test::IsoRecord({{1, name}, {2, std::to_string(i)}, {3, words}});
+    }
+    return Write(name + ".iso", bytes);
+  }
+
+  /// Starts a run, kills it within that many microseconds, and has a short import mend what it left.
+  void Kill(const std::vector<std::string>& words, unsigned longest) {
+    const pid_t child = Start(words);
+    ::usleep(static_cast<useconds_t>(random_() % longest));
     ::kill(child, SIGKILL);
     Wait(child);
-    ASSERT_NE(Run(ImportWords(one)).out.find("Records imported 1\n"), std::string::npos) << round;
+    const std::string out = Run(ImportWords(one_)).out;
+    EXPECT_NE(out.find("Records imported 1\n"), std::string::npos) << out;
+    EXPECT_EQ(test::Problems(test::Verify(Database())), "");
   }
-  EXPECT_EQ(test::Problems(test::Verify(Database())), "") << "the record on its way is all that a kill costs";
-  EXPECT_NE(Run({"export", "-d", "test", "-f", File("out.txt")}).out.find("Done\n"), std::string::npos);
+
+  /// The terms that have postings.
+  std::string Terms() const {
+    std::istringstream lines(test::RunVerifier("dump-dict", Database()));
+    std::string terms;
+    for (std::string line; std::getline(lines, line);)
+      if (line.find("\t0\t") == std::string::npos) terms += line + "\n";
+    return terms;
+  }
+
+  std::mt19937 random_{17};
+  std::string file_;
+  std::string one_;
+
+ private:
+  static std::string Letters(unsigned long n) {
+    std::string letters;
+    for (; n > 0; n /= 26) letters += static_cast<char>('A' + n % 26);
+    return letters;
+  }
+};
+
+TEST_F(KilledRunsTest, LeaveADatabaseThatGoesOn) {
+  std::string all;
+  for (int mfn = 1; mfn <= 1000; ++mfn) all += std::to_string(mfn) + "\r\n";
+  const struct {
+    const char* indexing;
+    std::vector<std::string> words;
+    unsigned longest;  // microseconds
+    int kills;
+  } cases[] = {{"0", ImportWords(file_), 60000, 4},
+               {"1", ImportWords(file_), 300000, 5},
+               {"0", {"actualif", "-d", "test", "-pref", prefix_}, 200000, 2},
+               {"0", {"actualif", "-d", "test", "-mf", "1", "-pref", prefix_}, 300000, 3},
+               {"0", {"actualif", "-d", "test", "-l", Write("all.txt", all), "-pref", prefix_}, 200000, 2}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.words.front() + c.indexing);
+    SetIndexing(c.indexing);
+    for (int i = 0; i < c.kills; ++i) Kill(c.words, c.longest);
+  }
+  Run({"export", "-d", "test", "-f", File("out.txt"), "-pref", prefix_});
   EXPECT_EQ(Values(Read("out.txt"), 1).size(), Values(Read("out.txt"), 3).size()) << "records are whole";
+
+  Run({"actualif", "-d", "test", "-mf", "1", "-pref", prefix_});
+  const std::string kept = Terms();
+  EXPECT_NE(Run({"dict", "-d", "test", "-pref", prefix_}).out.find("Done"), std::string::npos);
+  EXPECT_TRUE(kept == Terms()) << "the dictionary is that of a build";
+  EXPECT_EQ(test::Problems(test::Verify(Database())), "");
 }
 
 TEST_F(ImportFaultsTest, ASignalEndsTheRunBetweenTwoRecords) {
