@@ -80,17 +80,26 @@ int TTerms::InitAvarage() {
   terms.SortUtf8();
   pieceCount_ = static_cast<int>(std::min<std::int64_t>(size_ / memoryLimit_ + kMorePieces, kMostPieces));
   bounds_.clear();
+  boundPrefixes_.clear();
   for (int i = 0; i < pieceCount_ - 1 && terms.GetCount() > 0; ++i) {
     const std::string bound =
         terms.Get(static_cast<int>(std::int64_t{i} * terms.GetCount() / (pieceCount_ - 1)));
-    if (bounds_.empty() || bounds_.back() != bound) bounds_.push_back(bound);
+    if (!IsPlainTerm(bound) || (!bounds_.empty() && bounds_.back() == bound)) continue;
+    bounds_.push_back(bound);
+    boundPrefixes_.push_back(TermPrefix(bound));
   }
   return kOk;
 }
 
+/// Most terms are told from the bounds by their first bytes, as numbers.
 std::size_t TTerms::PieceOf(std::string_view line) const {
   TermLine parsed;
   if (ParseTermLine(line, numbers_, &parsed) != LineFault::kNone) return 0;
+  const std::uint64_t prefix = TermPrefix(parsed.term);
+  std::size_t piece = 0;
+  while (piece < bounds_.size() && boundPrefixes_[piece] < prefix) ++piece;
+  const bool isTold = piece == bounds_.size() || boundPrefixes_[piece] != prefix;
+  if (isTold && IsPlainTerm(parsed.term)) return piece;
   const auto isBelow = [](std::string_view term, const std::string& bound) {
     return utils::CompareUtf8(term, bound) < 0;
   };
