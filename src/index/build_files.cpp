@@ -55,6 +55,17 @@ void BuildFile::Append(const void* bytes, std::size_t size) {
   used_ += size;
 }
 
+void BuildFile::AppendLine(std::string_view line) {
+  if (line.size() + 2 > kBufferSize - used_ || !isGood_) {
+    Append(line);
+    return Append("\r\n");
+  }
+  char* const place = buffer_.get() + used_;
+  std::memcpy(place, line.data(), line.size());
+  std::memcpy(place + line.size(), "\r\n", 2);
+  used_ += line.size() + 2;
+}
+
 void BuildFile::AppendZeros(std::size_t size) {
   static constexpr char kZeros[4096] = {};
   for (; size > 0; size -= std::min(size, sizeof kZeros)) Append(kZeros, std::min(size, sizeof kZeros));

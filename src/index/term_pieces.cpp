@@ -59,6 +59,17 @@ void TakeTerms(std::string_view block, int numbers, TermSample* sample) {
   }
 }
 
+/// What stands behind the numbers, without a look at them; empty when there are too few.
+std::string_view TermPart(std::string_view line, int numbers) {
+  std::size_t at = 0;
+  for (int i = 0; i < numbers; ++i) {
+    while (at < line.size() && line[at] != ' ') ++at;
+    if (at == line.size()) return {};
+    ++at;
+  }
+  return line.substr(at);
+}
+
 }  // namespace
 
 int TTerms::InitAvarage() {
@@ -93,17 +104,16 @@ int TTerms::InitAvarage() {
 
 /// Most terms are told from the bounds by their first bytes, as numbers.
 std::size_t TTerms::PieceOf(std::string_view line) const {
-  TermLine parsed;
-  if (ParseTermLine(line, numbers_, &parsed) != LineFault::kNone) return 0;
-  const std::uint64_t prefix = TermPrefix(parsed.term);
+  const std::string_view term = TermPart(line, numbers_);
+  const std::uint64_t prefix = TermPrefix(term);
   std::size_t piece = 0;
   while (piece < bounds_.size() && boundPrefixes_[piece] < prefix) ++piece;
   const bool isTold = piece == bounds_.size() || boundPrefixes_[piece] != prefix;
-  if (isTold && IsPlainTerm(parsed.term)) return piece;
-  const auto isBelow = [](std::string_view term, const std::string& bound) {
-    return utils::CompareUtf8(term, bound) < 0;
+  if (isTold && IsPlainTerm(term)) return piece;
+  const auto isBelow = [](std::string_view text, const std::string& bound) {
+    return utils::CompareUtf8(text, bound) < 0;
   };
-  return static_cast<std::size_t>(std::upper_bound(bounds_.begin(), bounds_.end(), parsed.term, isBelow) -
+  return static_cast<std::size_t>(std::upper_bound(bounds_.begin(), bounds_.end(), term, isBelow) -
                                   bounds_.begin());
 }
 
@@ -124,8 +134,7 @@ int TTerms::DevideInputFile(const std::string& directory, std::vector<std::strin
       VelorReportProgress(ctx_, AdmOperation::kSplitFiles, reader.percent());
     }
     BuildFile& file = files[PieceOf(line)];
-    file.Append(line);
-    file.Append("\r\n");
+    file.AppendLine(line);
   }
   for (BuildFile& file : files)
     if (!file.Close()) return kWriteFailed;

@@ -315,8 +315,7 @@ int TTerms::SaveToFile(const std::string& path, bool append) {
     SortGroup(first, last);
     for (; first != last; ++first) {
       fetch(first + kPrefetch);
-      file.Append(LineAt(*first));
-      file.Append("\r\n");
+      file.AppendLine(LineAt(*first));
     }
   }
   return file.Close() ? kOk : kWriteFailed;

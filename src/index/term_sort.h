@@ -67,7 +67,7 @@ class TTerms {
 
   /// Reads the file once and gives each line to the piece of its term: piece n, from 1, is the file
   /// <directory><n><stem>_.srt, whose path goes to `pieces`, also on failure: the caller removes them. Lines
-  /// that are none go to the first. Result 0, -400, -516 or -999.
+  /// without a term go to the first. Result 0, -400, -516 or -999.
   int DevideInputFile(const std::string& directory, std::vector<std::string>* pieces);
 
   /// Order of two lines: by term as utils::CompareUtf8 says, then by CompareLineNumbers, and where that makes
