@@ -72,6 +72,6 @@ TEST_P(MarcIndex, FindsEveryWordOfTheTitles) {
   EXPECT_GT(checked, 500);
 }
 
-INSTANTIATE_TEST_SUITE_P(Tools, MarcIndex, testing::Values("actualif"));
+INSTANTIATE_TEST_SUITE_P(Tools, MarcIndex, testing::Values("actualif", "dict"));
 
 }  // namespace
