@@ -55,6 +55,17 @@ void BuildFile::Append(const void* bytes, std::size_t size) {
   used_ += size;
 }
 
+void BuildFile::AppendLine(std::string_view line) {
+  if (line.size() + 2 > kBufferSize - used_ || !isGood_) {
+    Append(line);
+    return Append("\r\n");
+  }
+  char* const place = buffer_.get() + used_;
+  std::memcpy(place, line.data(), line.size());
+  std::memcpy(place + line.size(), "\r\n", 2);
+  used_ += line.size() + 2;
+}
+
 void BuildFile::AppendZeros(std::size_t size) {
   static constexpr char kZeros[4096] = {};
   for (; size > 0; size -= std::min(size, sizeof kZeros)) Append(kZeros, std::min(size, sizeof kZeros));
@@ -126,12 +137,20 @@ int LineReader::percent() const {
   return size_ > 0 ? static_cast<int>(position_ * 100 / size_) : 100;
 }
 
+/// Eight bytes at a time: one of them that may be a line end is below 14, and few other bytes of a text are.
 const char* FindLineEnd(const char* at, const char* end) {
-  const auto find = [at](char c, const char* limit) -> const char* {
-    const void* found = std::memchr(at, c, static_cast<std::size_t>(limit - at));
-    return found != nullptr ? static_cast<const char*>(found) : limit;
-  };
-  return find('\r', find('\n', end));
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  constexpr std::uint64_t kBound = '\r' + 1;
+  const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
+  for (std::uint64_t word; end - at >= static_cast<std::ptrdiff_t>(sizeof word); at += sizeof word) {
+    std::memcpy(&word, at, sizeof word);
+    for (std::uint64_t low = (word - kEach * kBound) & ~word & (kEach << 7); low != 0; low &= low - 1) {
+      const char* const place = at + __builtin_ctzll(low) / 8;
+      if (isLineEnd(*place)) return place;
+    }
+  }
+  while (at < end && !isLineEnd(*at)) ++at;
+  return at;
 }
 
 int MergeFiles(const std::string& source, const std::string& target) {

@@ -25,6 +25,8 @@ class BuildFile {
   void Append(const void* bytes, std::size_t size);
   void Append(std::string_view bytes) { Append(bytes.data(), bytes.size()); }
   void AppendZeros(std::size_t size);
+  /// Appends a line and its end.
+  void AppendLine(std::string_view line);
 
   /// Overwrites bytes that were appended before.
   void Rewrite(std::int64_t offset, const void* bytes, std::size_t size);

@@ -53,8 +53,7 @@ class PartWriter {
   bool Write(std::string_view line, std::string_view previous, bool isNew) {
     if (isNew && seen_++ == terms_ * part_ / kMaxTermIndexes && !NextPart(previous)) return false;
     if (!file_.isGood()) return false;
-    file_.Append(line);
-    file_.Append("\r\n");
+    file_.AppendLine(line);
     return true;
   }
 

@@ -106,8 +106,7 @@ class Sorter {
       if (!run.Create(runs.back())) return kWriteFailed;
       for (; hasLine && run.position() < settings_.memoryLimit / kRunsPerLimit;
            hasLine = reader.Next(&line)) {
-        run.Append(line);
-        run.Append("\r\n");
+        run.AppendLine(line);
       }
       if (!run.Close()) return kWriteFailed;
       if (int rc = SortRun(runs.back()); rc != kOk) return rc;
@@ -138,8 +137,7 @@ class Sorter {
     BuildFile file;
     if (!file.OpenAtEnd(output)) return kWriteFailed;
     while (Source* least = LeastOf(runs)) {
-      file.Append(least->line);
-      file.Append("\r\n");
+      file.AppendLine(least->line);
       least->hasLine = least->reader.Next(&least->line);
       if (app::CheckStopProcess(ctx_->app)) return kStopped;
     }

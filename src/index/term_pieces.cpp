@@ -59,6 +59,17 @@ void TakeTerms(std::string_view block, int numbers, TermSample* sample) {
   }
 }
 
+/// What stands behind the numbers, without a look at them; empty when there are too few.
+std::string_view TermPart(std::string_view line, int numbers) {
+  std::size_t at = 0;
+  for (int i = 0; i < numbers; ++i) {
+    while (at < line.size() && line[at] != ' ') ++at;
+    if (at == line.size()) return {};
+    ++at;
+  }
+  return line.substr(at);
+}
+
 }  // namespace
 
 int TTerms::InitAvarage() {
@@ -80,21 +91,29 @@ int TTerms::InitAvarage() {
   terms.SortUtf8();
   pieceCount_ = static_cast<int>(std::min<std::int64_t>(size_ / memoryLimit_ + kMorePieces, kMostPieces));
   bounds_.clear();
+  boundPrefixes_.clear();
   for (int i = 0; i < pieceCount_ - 1 && terms.GetCount() > 0; ++i) {
     const std::string bound =
         terms.Get(static_cast<int>(std::int64_t{i} * terms.GetCount() / (pieceCount_ - 1)));
-    if (bounds_.empty() || bounds_.back() != bound) bounds_.push_back(bound);
+    if (!IsPlainTerm(bound) || (!bounds_.empty() && bounds_.back() == bound)) continue;
+    bounds_.push_back(bound);
+    boundPrefixes_.push_back(TermPrefix(bound));
   }
   return kOk;
 }
 
+/// Most terms are told from the bounds by their first bytes, as numbers.
 std::size_t TTerms::PieceOf(std::string_view line) const {
-  TermLine parsed;
-  if (ParseTermLine(line, numbers_, &parsed) != LineFault::kNone) return 0;
-  const auto isBelow = [](std::string_view term, const std::string& bound) {
-    return utils::CompareUtf8(term, bound) < 0;
+  const std::string_view term = TermPart(line, numbers_);
+  const std::uint64_t prefix = TermPrefix(term);
+  std::size_t piece = 0;
+  while (piece < bounds_.size() && boundPrefixes_[piece] < prefix) ++piece;
+  const bool isTold = piece == bounds_.size() || boundPrefixes_[piece] != prefix;
+  if (isTold && IsPlainTerm(term)) return piece;
+  const auto isBelow = [](std::string_view text, const std::string& bound) {
+    return utils::CompareUtf8(text, bound) < 0;
   };
-  return static_cast<std::size_t>(std::upper_bound(bounds_.begin(), bounds_.end(), parsed.term, isBelow) -
+  return static_cast<std::size_t>(std::upper_bound(bounds_.begin(), bounds_.end(), term, isBelow) -
                                   bounds_.begin());
 }
 
@@ -115,8 +134,7 @@ int TTerms::DevideInputFile(const std::string& directory, std::vector<std::strin
       VelorReportProgress(ctx_, AdmOperation::kSplitFiles, reader.percent());
     }
     BuildFile& file = files[PieceOf(line)];
-    file.Append(line);
-    file.Append("\r\n");
+    file.AppendLine(line);
   }
   for (BuildFile& file : files)
     if (!file.Close()) return kWriteFailed;

@@ -1,6 +1,5 @@
 #include "index/term_sort.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,7 +29,6 @@ constexpr std::int64_t kLeastLimit = 1000000;
 constexpr std::int64_t kMostLimit = 858993459;               // offsets in the text are words of 32 bits
 constexpr std::size_t kSpareMemory = std::size_t{40} << 20;  // beside the limit, for what goes with the text
 constexpr std::size_t kPadding = 8;                          // so that eight bytes can be loaded anywhere
-constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::uint32_t kNone = UINT32_MAX;
 constexpr std::size_t kItemStep = 1 << 20;
 constexpr std::size_t kFirstSlots = 1 << 16;
@@ -51,11 +49,17 @@ std::uint32_t Hash(std::string_view term) {
   return static_cast<std::uint32_t>(hash);
 }
 
-bool IsPlainText(std::string_view term) {
-  return term.find('\0') == std::string_view::npos && utils::TextUtil::CheckUTF8(term);
+}  // namespace
+
+std::uint64_t TermPrefix(std::string_view text) {
+  char bytes[kPrefixBytes] = {};
+  std::memcpy(bytes, text.data(), std::min<std::size_t>(kPrefixBytes, text.size()));
+  return std::uint64_t{utils::LoadBe32(bytes)} << 32 | utils::LoadBe32(bytes + 4);
 }
 
-}  // namespace
+bool IsPlainTerm(std::string_view term) {
+  return term.find('\0') == std::string_view::npos && utils::TextUtil::CheckUTF8(term);
+}
 
 std::int64_t TTerms::DefaultMemoryLimit() {
   const std::int64_t memory = std::int64_t{::sysconf(_SC_PHYS_PAGES)} * ::sysconf(_SC_PAGESIZE);
@@ -76,10 +80,8 @@ int TTerms::LoadFromFile(const std::string& path) {
   bool isRead = size_ >= 0;
   if (isRead && !isTooLarge_) {
     const auto bytes = static_cast<std::size_t>(size_);
-    const std::size_t room = (bytes + kPadding + kLargePage - 1) / kLargePage * kLargePage;
-    text_.reset(static_cast<char*>(std::aligned_alloc(kLargePage, room)));
+    text_.reset(static_cast<char*>(std::malloc(bytes + kPadding)));
     if (!text_) throw std::bad_alloc();
-    ::madvise(text_.get(), room, MADV_HUGEPAGE);  // lines are visited all over the text
     std::memset(text_.get() + bytes, 0, kPadding);
     isRead = utils::ReadAt(handle, 0, text_.get(), bytes);
   }
@@ -206,7 +208,7 @@ std::uint32_t TTerms::FindTerm(const Pending& line) {
   slots_[place] = {line.hash, index};
   distinct_.push_back({static_cast<std::uint32_t>(line.term.data() - text_.get()), line.hash, 1,
                        static_cast<std::uint32_t>(line.term.size())});
-  hasOnlyValidTerms_ = hasOnlyValidTerms_ && IsPlainText(line.term);
+  hasOnlyValidTerms_ = hasOnlyValidTerms_ && IsPlainTerm(line.term);
   return index;
 }
 
@@ -232,12 +234,8 @@ std::vector<std::uint32_t> TTerms::OrderTerms() const {
 
 /// The eight bytes from `depth` on, filled up with zeros: their order as numbers is that of the bytes.
 void TTerms::LoadPrefixes(Key* first, Key* last, std::uint32_t depth) const {
-  for (Key* key = first; key != last; ++key) {
-    char bytes[kPrefixBytes] = {};
-    std::memcpy(bytes, text_.get() + distinct_[key->index].offset + depth,
-                std::min(kPrefixBytes, key->length - depth));
-    key->prefix = std::uint64_t{utils::LoadBe32(bytes)} << 32 | utils::LoadBe32(bytes + 4);
-  }
+  for (Key* key = first; key != last; ++key)
+    key->prefix = TermPrefix(TermOf(distinct_[key->index]).substr(depth));
 }
 
 /// Sorts terms that are equal in the first `depth` bytes and longer than that: by the next eight bytes as one
@@ -317,8 +315,7 @@ int TTerms::SaveToFile(const std::string& path, bool append) {
     SortGroup(first, last);
     for (; first != last; ++first) {
       fetch(first + kPrefetch);
-      file.Append(LineAt(*first));
-      file.Append("\r\n");
+      file.AppendLine(LineAt(*first));
     }
   }
   return file.Close() ? kOk : kWriteFailed;

@@ -20,6 +20,13 @@
 /// A file that does not fit is cut into pieces by ranges of terms: sorted one by one they make up the whole.
 namespace velora {
 
+/// The first eight bytes of a text as a number, the first one highest, zeros behind the end: for two texts
+/// that differ in them the order of the numbers is that of the bytes.
+[[nodiscard]] std::uint64_t TermPrefix(std::string_view text);
+
+/// True for valid UTF-8 without zero bytes: the order of such terms is that of their bytes.
+[[nodiscard]] bool IsPlainTerm(std::string_view term);
+
 /// A line in the sort.
 struct TTerm {
   std::uint32_t offset;  // of the line in the text
@@ -60,7 +67,7 @@ class TTerms {
 
   /// Reads the file once and gives each line to the piece of its term: piece n, from 1, is the file
   /// <directory><n><stem>_.srt, whose path goes to `pieces`, also on failure: the caller removes them. Lines
-  /// that are none go to the first. Result 0, -400, -516 or -999.
+  /// without a term go to the first. Result 0, -400, -516 or -999.
   int DevideInputFile(const std::string& directory, std::vector<std::string>* pieces);
 
   /// Order of two lines: by term as utils::CompareUtf8 says, then by CompareLineNumbers, and where that makes
@@ -134,6 +141,7 @@ class TTerms {
 
   int pieceCount_ = 0;
   std::vector<std::string> bounds_;  // ascending; each is the first term of a piece
+  std::vector<std::uint64_t> boundPrefixes_;
 };
 
 }  // namespace velora

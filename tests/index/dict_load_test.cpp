@@ -9,6 +9,7 @@
 #include <random>
 
 #include "index/dict_files.h"
+#include "index/lnk_creat.h"
 #include "index/term_line.h"
 #include "storage/app_paths.h"
 #include "storage/database_lock.h"
@@ -52,6 +53,10 @@ class Base {
     const int rc = velora::VelorLnk_Load(settings_.get(), space(), path(), true, false);
     message_ = testing::internal::GetCapturedStderr();
     return rc;
+  }
+
+  int WriteOut(const std::string& name) {
+    return velora::VelorLnk_Creat(settings_.get(), space(), dir_.File(name));
   }
 
   [[nodiscard]] std::string path() const { return dir_.File("d"); }
@@ -131,6 +136,14 @@ TEST(DictLoad, ReadsBackWhatWasLoaded) {
     EXPECT_EQ(test::ReadDictionaryModel(base.space()), model);
     EXPECT_EQ(std::filesystem::exists(base.path() + ".inv"), c.isSplit && c.terms > 10);
     EXPECT_EQ(FindingsOf(base), "");
+
+    // Written out again it is the same file, without the lines that stand twice.
+    ASSERT_EQ(base.WriteOut("out.ln1"), 0);
+    std::string text;
+    for (const auto& [term, list] : model)
+      for (const auto& posting : list)
+        velora::AppendTermLine(posting, velora::NumbersInLine(c.isFullText), term, &text);
+    EXPECT_TRUE(base.dir().Read("out.ln1") == text);
   }
 }
 
