@@ -9,6 +9,7 @@
 #include <map>
 #include <random>
 
+#include "storage/actualize_all.h"
 #include "storage/bulk_writer.h"
 #include "storage/codes.h"
 #include "storage/crash_repair.h"
@@ -465,6 +466,7 @@ class DeadWriterTest : public RecordUpdateTest, public testing::WithParamInterfa
     VelorRecord(space.get(), 0, 1);
     test::SetFields(space.get(), 0, {{1, std::string(static_cast<std::size_t>(fill), 'l')}});
     ASSERT_EQ(Update(space.get()), kOk);
+    ASSERT_EQ(MarkAllActualized(space.get(), kTimeout), kOk);
   }
 
   std::map<int, Fields> Records() {
