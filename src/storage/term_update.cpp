@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,8 @@ constexpr int kTermNotFound = -202;
 constexpr int kBehindLastTerm = -203;
 constexpr int kBelowFirstTerm = -204;
 constexpr int kHeadSize = sizeof(TifpHeader);
-constexpr int kUsualSegment = 256;      // postings that one read brings along; a larger segment is divided
-constexpr int kMostSegments = 1 << 24;  // in a chain
+constexpr std::int32_t kMostPostings = std::numeric_limits<std::int32_t>::max();  // of a term
+constexpr int kUsualSegment = 256;  // postings that one read brings along; a larger segment is divided
 
 std::int64_t NextOf(const TifpHeader& head) {
   return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
@@ -225,7 +226,8 @@ void TermChange::InsertSlot(Segment* segment, int place, const TifpItemPosting& 
 bool TermChange::AddToTotal(std::int64_t headOffset, int change) {
   TifpHeader head;
   if (!ReadSegmentHead(index_->ifp, headOffset, &head)) return false;
-  head.total = std::max(head.total + change, 0);
+  head.total = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(std::int64_t{head.total} + change, 0, kMostPostings));
   return WriteSegmentHead(index_->ifp, headOffset, head);
 }
 
@@ -275,7 +277,9 @@ std::int32_t TermChange::NewBlockNumber(bool isLeaf) {
   const int file = isLeaf ? index_->l01 : index_->n01;
   if (control_.marker != velor_01::kSizeMarker)
     return static_cast<std::int32_t>(backup::_llseek(file, 0, SEEK_END) / velor_01::kTermBlockSize + 1);
-  const std::int32_t number = (isLeaf ? control_.l01Blocks : control_.n01Blocks) + 1;
+  const std::int32_t used = isLeaf ? control_.l01Blocks : control_.n01Blocks;
+  if (used == std::numeric_limits<std::int32_t>::max()) return -1;
+  const std::int32_t number = used + 1;
   const bool ok =
       isLeaf ? backup::_expand_l01(file, &control_, number) : backup::_expand_n01(file, &control_, number);
   return ok && backup::WriteIfpControl(index_->ifp, control_) ? number : -1;
@@ -319,6 +323,7 @@ int TermChange::Insert(const TifpItemPosting& posting) {
 
   Segment first;
   if (!ReadSegment(CurrentTermOffset(*index_), &first)) return kNoInvertedFile;
+  if (first.head.total == kMostPostings) return kNoInvertedFile;
   if (first.head.nextHigh == velor_01::kSpecialMark)
     return InsertUnderSpecial(first.head, first.offset, posting);
   if (first.head.total > 0 || first.head.capacity < 1) return InsertInChain(&first, posting);
@@ -333,7 +338,7 @@ int TermChange::Insert(const TifpItemPosting& posting) {
 int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
   Segment other;
   Segment* segment = first;
-  for (int i = 0; i < kMostSegments; ++i) {
+  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
@@ -488,7 +493,7 @@ int TermChange::Delete(const TifpItemPosting& posting) {
 int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
   Segment other;
   Segment* segment = first;
-  for (int i = 0; i < kMostSegments; ++i) {
+  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
@@ -524,7 +529,7 @@ int TermChange::RemoveFrom(Segment* first, Segment* segment, int place) {
   segment->slots.erase(begin, begin + size_);
   --segment->head.used;
   if (segment == first) {
-    --segment->head.total;
+    segment->head.total = std::max(segment->head.total - 1, 0);
   } else {
     segment->head.total = segment->head.used;
   }

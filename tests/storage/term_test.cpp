@@ -1,116 +1,22 @@
-// The dictionary against a model: random insertions and removals, read back by walking the terms, and damage.
+// The dictionary against a model: random insertions and removals, read back by walking the terms.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <random>
-#include <set>
-#include <tuple>
 
-#include "storage/codes.h"
-#include "storage/term_read.h"
-#include "storage/term_update.h"
-#include "support/memory_space.h"
-#include "support/temp_dir.h"
-#include "support/verify.h"
+#include "support/dictionary.h"
 
 namespace {
 
-using velor_01::TifpItemPosting;
-
-struct Less {
-  bool operator()(const TifpItemPosting& a, const TifpItemPosting& b) const {
-    return backup::ComparePostings(a, b) < 0;
-  }
-};
-using Postings = std::set<TifpItemPosting, Less>;
-using Model = std::map<std::string, Postings>;
-
-/// An inverted file in a directory of its own.
-class Dictionary {
- public:
-  explicit Dictionary(const std::string& copyOf = "") {
-    test::TestBase().WriteTo(path());
-    if (!copyOf.empty())
-      for (const char* extension : {".n01", ".l01", ".ifp"}) {
-        std::filesystem::remove(path() + extension);
-        std::filesystem::copy_file(copyOf + extension, path() + extension);
-        std::filesystem::permissions(path() + extension, std::filesystem::perms::owner_all);
-      }
-    Open();
-  }
-  void Open() { EXPECT_EQ(velor_32::Velorinitterm_write(space(), path().c_str()), 0); }
-  [[nodiscard]] velor_32::TVelorSpace* space() const { return memory_.space(); }
-  [[nodiscard]] std::string path() const { return dir_.File("d"); }
-  [[nodiscard]] const test::TempDir& dir() const { return dir_; }
-
-  /// All terms that have postings, by walking through the dictionary.
-  Model Read() {
-    Model model;
-    char term[velor_01::kTermBufferSize] = "\x01";
-    for (int rc = velor_32::Velorfind0(space(), term, true); rc == 0 || rc == -202;) {
-      if (*term == '\0') break;
-      Postings postings;
-      while (velor_32::Velornxtpost(space()) == 0) {
-        const auto field = [&](int n) { return velor_32::Velorposting(space(), n); };
-        postings.insert({field(1), field(2), field(3), field(4), 0, 0, 0, 0});
-      }
-      EXPECT_EQ(static_cast<int>(postings.size()), velor_32::Velornposts(space())) << term;
-      if (!postings.empty()) model[term] = postings;
-      rc = velor_32::Velornxtterm(space(), term);
-    }
-    return model;
-  }
-
- private:
-  test::TempDir dir_;
-  test::MemorySpace memory_;
-};
-
-/// Terms short and long, with common beginnings, in two alphabets.
-std::vector<std::string> MakeTerms(std::mt19937& random, int count) {
-  std::set<std::string> terms = {"A", std::string(255, 'Z'), std::string(254, 'Z') + "Y", "Я", "К=КНИГА"};
-  while (static_cast<int>(terms.size()) < count) {
-    std::string term = random() % 2 == 0 ? "PREFIX=" : "К=";
-    for (auto n = random() % 12; n > 0; --n)
-      term += random() % 2 == 0 ? std::string(1, static_cast<char>('A' + random() % 26)) : "Ж";
-    if (random() % 20 == 0) term += std::string(random() % 200, 'L');
-    terms.insert(term.substr(0, 255));
-  }
-  return {terms.begin(), terms.end()};
-}
-
-/// Applies random changes to the dictionary and to the model.
-void Change(Dictionary& dictionary, Model& model, const std::vector<std::string>& terms, std::mt19937& random,
-            int count) {
-  for (int i = 0; i < count; ++i) {
-    // Few terms get most of the postings.
-    const std::string& term = terms[std::min(random() % terms.size(), random() % terms.size())];
-    const TifpItemPosting posting{static_cast<int>(random() % 3000), 200, 1, static_cast<int>(random() % 3)};
-    if (random() % 4 != 0) {
-      ASSERT_EQ(velor_32::InsertTerm(dictionary.space(), term.c_str(), posting), 0) << term;
-      model[term].insert(posting);
-    } else {
-      const bool isThere = model.contains(term) && !model[term].empty();
-      const TifpItemPosting gone = isThere && random() % 2 == 0 ? *model[term].begin() : posting;
-      const int rc = velor_32::DeleteTerm(dictionary.space(), term.c_str(), gone);
-      ASSERT_TRUE(rc == 0 || (rc == -203 && !isThere)) << term << " " << rc;
-      if (model.contains(term)) model[term].erase(gone);
-    }
-  }
-}
-
-Model WithoutEmpty(Model model) {
-  std::erase_if(model, [](const auto& item) { return item.second.empty(); });
-  return model;
-}
-
-std::string Findings(const Dictionary& dictionary) {
-  return test::SharedData().empty() ? "" : test::Problems(test::Verify(dictionary.path()));
-}
+using test::Change;
+using test::Dictionary;
+using test::Findings;
+using test::MakeTerms;
+using test::Model;
+using test::WithoutEmpty;
 
 TEST(Terms, EqualTheModelAfterEachBatchOfChanges) {
   std::mt19937 random(20261);
@@ -133,6 +39,33 @@ TEST(Terms, OfFewWordsWithManyPostingsStayInOrder) {
   EXPECT_EQ(Findings(dictionary), "");
 }
 
+TEST(Terms, OfAFullTextDatabaseKeepTheirEightFields) {
+  std::mt19937 random(12);
+  Dictionary dictionary;
+  dictionary.MakeFullText();
+  std::vector<std::string> terms = MakeTerms(random, 300);
+  Model model;
+  Change(dictionary, model, terms, random, 6000);
+  Change(dictionary, model, {"A", "B"}, random, 6000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(Findings(dictionary), "");
+}
+
+/// Sizes of files that keep none are those of the files.
+TEST(Terms, TakeChangesWithoutControlRecord) {
+  std::mt19937 random(13);
+  Dictionary dictionary;
+  dictionary.dir().Write("d.ifp", std::string("\0\0\0\x14", 4) + std::string(16, '\0'));
+  std::vector<std::string> terms = MakeTerms(random, 800);
+  Model model;
+  Change(dictionary, model, terms, random, 6000);
+  Change(dictionary, model, {"A"}, random, 3000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(Findings(dictionary), "");
+  const std::string ifp = dictionary.dir().Read("d.ifp");
+  EXPECT_EQ(ifp.substr(0, 20), std::string("\0\0\0\x14", 4) + std::string(16, '\0'));
+}
+
 TEST(Terms, UnderSpecialBlocksTakeChanges) {
   const std::string fixture = test::SharedData() + "/fixtures/dict/dict";
   if (!std::filesystem::exists(fixture + ".ifp")) GTEST_SKIP() << "no fixtures";
@@ -153,12 +86,7 @@ TEST(Terms, UnderSpecialBlocksTakeChanges) {
 
 TEST(Terms, AreFoundAsTheirNeighboursSay) {
   Dictionary dictionary;
-  const auto find = [&](const char* text) {
-    char term[velor_01::kTermBufferSize] = {};
-    std::strcpy(term, text);
-    const int rc = velor_32::Velorfind(dictionary.space(), term);
-    return std::to_string(rc) + " " + term;
-  };
+  const auto find = [&](const char* text) { return dictionary.Find(text); };
   EXPECT_EQ(find("X"), "-202 ");
   for (const char* term : {"B", "D", "Ё"}) velor_32::InsertTerm(dictionary.space(), term, {1, 2, 3, 4});
   const struct {
@@ -168,14 +96,10 @@ TEST(Terms, AreFoundAsTheirNeighboursSay) {
                {"D", "0 D"}, {"Ё", "0 Ё"},   {"я", "-203 Ё"}};
   for (const auto& c : cases) EXPECT_EQ(find(c.term), c.want);
 
-  char term[velor_01::kTermBufferSize] = "D";
-  EXPECT_EQ(velor_32::Velorfind(dictionary.space(), term), 0);
-  EXPECT_EQ(velor_32::Velorprevterm(dictionary.space(), term), 0);
-  EXPECT_STREQ(term, "B");
-  EXPECT_EQ(velor_32::Velorprevterm(dictionary.space(), term), -204);
-  EXPECT_STREQ(term, "");
-  EXPECT_EQ(velor_32::Velornxtterm(dictionary.space(), term), 0);
-  EXPECT_STREQ(term, "D");
+  EXPECT_EQ(find("D"), "0 D");
+  EXPECT_EQ(dictionary.Previous(), "0 B");
+  EXPECT_EQ(dictionary.Previous(), "-204 ");
+  EXPECT_EQ(dictionary.Next(), "0 D");
 
   EXPECT_EQ(velor_32::DeleteTerm(dictionary.space(), "D", {1, 2, 3, 4}), 0);
   EXPECT_EQ(find("D"), "0 D");
@@ -186,34 +110,81 @@ TEST(Terms, AreFoundAsTheirNeighboursSay) {
   EXPECT_EQ(velor_32::VelorFindPosting(dictionary.space(), "D", {1, 2, 3, 4}), 0);
 }
 
-/// Any bytes give codes, and an end.
-TEST(Terms, OfDamagedFilesEndEveryWalk) {
-  std::mt19937 random(11);
-  const std::vector<std::string> terms = MakeTerms(random, 400);
-  for (int round = 0; round < 60; ++round) {
+// ---- additional indexes ----
+
+const std::vector<std::string> kSeparators = {"C", "E", "G", "I", "K", "M", "O", "Q", "S"};
+
+/// Sets 1, 3 and 10 hold terms, the others are empty.
+TEST(AdditionalIndexes, AreWalkedOverTheirBorders) {
+  Dictionary dictionary;
+  dictionary.MakeIndexes(kSeparators);
+  for (const char* term : {"B", "C", "F", "G", "T", "Z"}) ASSERT_EQ(dictionary.Insert(term, {1, 2, 3, 4}), 0);
+  const struct {
+    const char* term;
+    const char* want;
+  } cases[] = {{"A", "-204 B"}, {"B", "0 B"},     {"BB", "-202 C"}, {"D", "-202 "},  {"EE", "-202 F"},
+               {"F", "0 F"},    {"FF", "-202 G"}, {"SS", "-202 T"}, {"X", "-202 Z"}, {"ZZ", "-203 Z"}};
+  for (const auto& c : cases) EXPECT_EQ(dictionary.Find(c.term), c.want) << c.term;
+
+  EXPECT_EQ(dictionary.Find("B"), "0 B");
+  for (const char* want : {"0 C", "0 F", "0 G", "0 T", "0 Z", "-203 "}) EXPECT_EQ(dictionary.Next(), want);
+  for (const char* want : {"0 T", "0 G", "0 F", "0 C", "0 B", "-204 "})
+    EXPECT_EQ(dictionary.Previous(), want);
+  EXPECT_EQ(dictionary.Next(), "0 C");
+  EXPECT_EQ(dictionary.ReadPostings().size(), 1U);
+}
+
+/// The end of the terms is not that of the last set.
+TEST(AdditionalIndexes, OfWhichTheLastAreEmptyEndAndTurnBack) {
+  Dictionary dictionary;
+  dictionary.MakeIndexes(kSeparators);
+  for (const char* term : {"F", "G"}) ASSERT_EQ(dictionary.Insert(term, {1, 2, 3, 4}), 0);
+  EXPECT_EQ(dictionary.Find("F"), "0 F");
+  for (const char* want : {"0 G", "-203 ", "-203 "}) EXPECT_EQ(dictionary.Next(), want);
+  for (const char* want : {"0 F", "-204 ", "-204 "}) EXPECT_EQ(dictionary.Previous(), want);
+  EXPECT_EQ(dictionary.Next(), "0 G");
+}
+
+TEST(AdditionalIndexes, EqualTheModelEachWithItsTerms) {
+  std::mt19937 random(14);
+  const std::vector<std::string> terms = MakeTerms(random, 3000);
+  std::vector<std::string> separators;
+  for (std::size_t k = 1; k < 10; ++k) separators.push_back(terms[k * terms.size() / 10]);
+  Dictionary dictionary;
+  dictionary.MakeIndexes(separators);
+  Model model;
+  Change(dictionary, model, terms, random, 12000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(dictionary.dir().Read("d.ifp"), "");
+
+  // Each set alone, as if it were the only one: its terms lie between its separators.
+  std::size_t count = 0;
+  for (int k = 1; k <= 10; ++k) {
+    Dictionary part([&] {
+      for (const char* extension : {".n01", ".l01", ".ifp"})
+        std::filesystem::copy_file(dictionary.path() + extension + "_" + std::to_string(k),
+                                   dictionary.dir().File("part" + std::to_string(k)) + extension);
+      return dictionary.dir().File("part" + std::to_string(k));
+    }());
+    EXPECT_EQ(Findings(part), "") << k;
+    const Model own = part.Read();
+    ASSERT_FALSE(own.empty());
+    const auto at = static_cast<std::size_t>(k);
+    EXPECT_TRUE(k == 1 || own.begin()->first > separators[at - 2]) << k;
+    EXPECT_TRUE(k == 10 || own.rbegin()->first <= separators[at - 1]) << k;
+    count += own.size();
+  }
+  EXPECT_EQ(count, WithoutEmpty(model).size());
+}
+
+TEST(AdditionalIndexes, NeedNineSeparators) {
+  for (const std::size_t lines : {0, 8, 10}) {
     Dictionary dictionary;
-    Model model;
-    Change(dictionary, model, terms, random, 1500);
-    velor_32::Velorcloseterm(dictionary.space());
-    for (const char* name : {"d.n01", "d.l01", "d.ifp"}) {
-      std::string bytes = dictionary.dir().Read(name);
-      const std::size_t size = std::min<std::size_t>(bytes.size(), 60000);
-      for (int i = 0; i < 20; ++i) bytes[random() % size] = static_cast<char>(random());
-      if (round % 5 == 0) bytes.resize(random() % bytes.size());
-      dictionary.dir().Write(name, bytes);
-    }
-    dictionary.Open();
-    char term[velor_01::kTermBufferSize] = "\x01";
-    velor_32::Velorfind0(dictionary.space(), term, true);
-    for (int i = 0; i < 5000 && velor_32::Velornxtterm(dictionary.space(), term) == 0; ++i)
-      while (velor_32::Velornxtpost(dictionary.space()) == 0) {
-      }
-    for (int i = 0; i < 300; ++i) {
-      const std::string& one = terms[random() % terms.size()];
-      velor_32::InsertTerm(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-      velor_32::DeleteTerm(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-      velor_32::VelorFindPosting(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-    }
+    dictionary.MakeIndexes(std::vector<std::string>(lines, "M"));
+    EXPECT_EQ(dictionary.Insert("A", {1, 2, 3, 4}), 0);
+    EXPECT_EQ(dictionary.Find("A"), "0 A");
+    EXPECT_NE(dictionary.dir().Read("d.ifp"), "") << lines;
+    EXPECT_EQ(dictionary.dir().Read("d.ifp_1"), "") << lines;
   }
 }
 
