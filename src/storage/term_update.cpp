@@ -93,6 +93,7 @@ class TermChange {
   int DeleteInChain(Segment* first, const TifpItemPosting& posting);
   int DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
   [[nodiscard]] bool AddToTotal(std::int64_t headOffset, int change);
+  void SettleTotal(std::int64_t headOffset);
 
   TVelorSpace* space_;
   int size_;  // of a posting
@@ -231,6 +232,34 @@ bool TermChange::AddToTotal(std::int64_t headOffset, int change) {
   return WriteSegmentHead(index_->ifp, headOffset, head);
 }
 
+/// Counts the postings of a term anew. The count is written behind a change of a later segment: who finds
+/// that change made already may follow a writer that was cut off in between.
+void TermChange::SettleTotal(std::int64_t headOffset) {
+  TifpHeader first;
+  if (!ReadSegmentHead(index_->ifp, headOffset, &first)) return;
+  TifpHeader head = first;
+  std::int64_t offset = headOffset;
+  if (first.nextHigh == velor_01::kSpecialMark) {
+    char slot[velor_01::SpecialSize(true)];
+    TifpSpecial entry;
+    const auto size = static_cast<std::size_t>(velor_01::SpecialSize(space_->isFullText));
+    if (!utils::ReadAt(index_->ifp, headOffset + kHeadSize, slot, size) ||
+        !DecodeSpecial(slot, space_->isFullText, &entry) ||
+        !ReadSegmentHead(index_->ifp, entry.offset, &head))
+      return;
+    offset = entry.offset;
+  }
+  std::int64_t total = head.used;
+  for (velor_01::CircleGuard chain; head.nextHigh != velor_01::kLastSegment; total += head.used) {
+    if (!chain.Passes(offset)) return;
+    offset = NextOf(head);
+    if (!ReadSegmentHead(index_->ifp, offset, &head)) return;
+  }
+  if (total == first.total || total > kMostPostings) return;
+  first.total = static_cast<std::int32_t>(total);
+  static_cast<void>(WriteSegmentHead(index_->ifp, headOffset, first));
+}
+
 // ---- a new term ----
 
 int TermChange::InsertNewTerm(const TifpItemPosting& posting, int found) {
@@ -342,7 +371,10 @@ int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
-    if (found) return kOk;
+    if (found) {
+      if (segment != first) SettleTotal(first->offset);
+      return kOk;
+    }
     if (place < segment->head.used || segment->IsLast())
       return InsertInSegment(first, segment, place, posting);
     const std::int64_t next = NextOf(segment->head);
@@ -416,7 +448,10 @@ int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   std::int64_t offset = headOffset;
   bool found = false;
   if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
-  if (found) return kOk;
+  if (found) {
+    SettleTotal(headOffset);
+    return kOk;
+  }
   Segment segment;
   if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
   const int place = FindSlot(segment, posting, &found);
@@ -498,7 +533,10 @@ int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
     if (found) return RemoveFrom(first, segment, place);
-    if (place < segment->head.used || segment->IsLast()) return kOk;
+    if (place < segment->head.used || segment->IsLast()) {
+      if (segment != first) SettleTotal(first->offset);
+      return kOk;
+    }
     const std::int64_t next = NextOf(segment->head);
     segment = &other;
     if (!ReadSegment(next, segment)) return kNoInvertedFile;
@@ -512,7 +550,10 @@ int TermChange::DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   std::int64_t offset = headOffset;
   bool found = false;
   if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
-  if (!found) return kOk;
+  if (!found) {
+    SettleTotal(headOffset);
+    return kOk;
+  }
   Segment segment;
   if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
   const int place = FindSlot(segment, posting, &found);
