@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -178,26 +179,28 @@ class NumericRelation : public IBoolean {
   Owned<INumeric> right_;
 };
 
-/// One class per comparison of numbers.
-#define VELORA_NUMERIC_RELATION(Name, SIGN, OPERATOR)                                \
-  class Name : public NumericRelation {                                              \
-   public:                                                                           \
-    using NumericRelation::NumericRelation;                                          \
-    [[nodiscard]] NodeType GetType() const override { return NodeType::k##Name; }    \
-                                                                                     \
-   protected:                                                                        \
-    [[nodiscard]] const char* Sign() const override { return SIGN; }                 \
-    [[nodiscard]] bool Compare(long double left, long double right) const override { \
-      return left OPERATOR right;                                                    \
-    }                                                                                \
-  };
-VELORA_NUMERIC_RELATION(Neq, "=", ==)
-VELORA_NUMERIC_RELATION(Nnoteq, "<>", !=)
-VELORA_NUMERIC_RELATION(Nlt, "<", <)
-VELORA_NUMERIC_RELATION(Nlteq, "<=", <=)
-VELORA_NUMERIC_RELATION(Ngt, ">", >)
-VELORA_NUMERIC_RELATION(Ngteq, ">=", >=)
-#undef VELORA_NUMERIC_RELATION
+/// A comparison of numbers: its kind, what it does, and the one or two characters it is written with.
+template <NodeType kKind, class Operation, char kFirst, char kSecond = '\0'>
+class NumericComparison : public NumericRelation {
+ public:
+  using NumericRelation::NumericRelation;
+  [[nodiscard]] NodeType GetType() const override { return kKind; }
+
+ protected:
+  [[nodiscard]] const char* Sign() const override {
+    static constexpr char kSign[] = {kFirst, kSecond, '\0'};
+    return kSign;
+  }
+  [[nodiscard]] bool Compare(long double left, long double right) const override {
+    return Operation()(left, right);
+  }
+};
+using Neq = NumericComparison<NodeType::kNeq, std::equal_to<>, '='>;
+using Nnoteq = NumericComparison<NodeType::kNnoteq, std::not_equal_to<>, '<', '>'>;
+using Nlt = NumericComparison<NodeType::kNlt, std::less<>, '<'>;
+using Nlteq = NumericComparison<NodeType::kNlteq, std::less_equal<>, '<', '='>;
+using Ngt = NumericComparison<NodeType::kNgt, std::greater<>, '>'>;
+using Ngteq = NumericComparison<NodeType::kNgteq, std::greater_equal<>, '>', '='>;
 
 /// What the comparisons of texts share. The order is that of the bytes, then of the lengths.
 class StringRelation : public IBoolean {
@@ -237,24 +240,27 @@ class Seq : public StringRelation {
   const CommandList* rightUpper_ = nullptr;
 };
 
-#define VELORA_STRING_RELATION(Name, SIGN, OPERATOR)                                               \
-  class Name : public StringRelation {                                                             \
-   public:                                                                                         \
-    using StringRelation::StringRelation;                                                          \
-    [[nodiscard]] NodeType GetType() const override { return NodeType::k##Name; }                  \
-                                                                                                   \
-   protected:                                                                                      \
-    [[nodiscard]] const char* Sign() const override { return SIGN; }                               \
-    [[nodiscard]] bool Compare(const std::string& left, const std::string& right) const override { \
-      return left.compare(right) OPERATOR 0;                                                       \
-    }                                                                                              \
-  };
-VELORA_STRING_RELATION(Snoteq, "<>", !=)
-VELORA_STRING_RELATION(Slt, "<", <)
-VELORA_STRING_RELATION(Slteq, "<=", <=)
-VELORA_STRING_RELATION(Sgt, ">", >)
-VELORA_STRING_RELATION(Sgteq, ">=", >=)
-#undef VELORA_STRING_RELATION
+/// A comparison of texts, in the same form.
+template <NodeType kKind, class Operation, char kFirst, char kSecond = '\0'>
+class StringComparison : public StringRelation {
+ public:
+  using StringRelation::StringRelation;
+  [[nodiscard]] NodeType GetType() const override { return kKind; }
+
+ protected:
+  [[nodiscard]] const char* Sign() const override {
+    static constexpr char kSign[] = {kFirst, kSecond, '\0'};
+    return kSign;
+  }
+  [[nodiscard]] bool Compare(const std::string& left, const std::string& right) const override {
+    return Operation()(left.compare(right), 0);
+  }
+};
+using Snoteq = StringComparison<NodeType::kSnoteq, std::not_equal_to<>, '<', '>'>;
+using Slt = StringComparison<NodeType::kSlt, std::less<>, '<'>;
+using Slteq = StringComparison<NodeType::kSlteq, std::less_equal<>, '<', '='>;
+using Sgt = StringComparison<NodeType::kSgt, std::greater<>, '>'>;
+using Sgteq = StringComparison<NodeType::kSgteq, std::greater_equal<>, '>', '='>;
 
 /// a : b, whether the left side holds the right one, letter case aside. A right side with more bytes than the
 /// left is never held; an empty one only by an empty left side.

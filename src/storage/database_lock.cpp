@@ -10,6 +10,7 @@
 #include "storage/database_mutex.h"
 #include "storage/record_image.h"
 #include "storage/term_files.h"
+#include "storage/term_swap.h"
 #include "utils/file_layer.h"
 
 namespace velor_32 {
@@ -66,6 +67,7 @@ int EmptyFiles(TVelorSpace* space) {
   const WriteHandle xrf(space->path + ".xrf");
   if (!mst.ok() || !xrf.ok()) return kNoRecordFiles;
   const std::string terms = space->termPath.empty() ? space->path : space->termPath;
+  if (FinishTermSwap(terms) != kOk) return kNoInvertedFile;
   const WriteHandle ifp(terms + ".ifp");
   const WriteHandle l01(terms + ".l01");
   const WriteHandle n01(terms + ".n01");

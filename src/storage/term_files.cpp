@@ -1,11 +1,15 @@
 #include "storage/term_files.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cstring>
 
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/master_file.h"
 #include "storage/record_format.h"
+#include "storage/term_swap.h"
 #include "utils/file_layer.h"
 #include "utils/path_util.h"
 #include "utils/string_list.h"
@@ -24,38 +28,70 @@ using velor_01::TTermBlock;
 namespace {
 
 constexpr int kSeparators = velor_01::kMaxTermIndexes - 1;
+constexpr int kMostTries = 3;  // to open files that belong together
 
 /// Null when a file does not open.
-TSpaceTrm* OpenOne(const std::string& path, const std::string& suffix, int mode) {
+TSpaceTrm* OpenOne(const std::string& path, const std::string& suffix, TermSwap swap, int mode) {
   TSpaceTrm* index = new TSpaceTrm;
   index->path = path;
   index->suffix = suffix;
-  index->n01 = backup::_lopen((path + ".n01" + suffix).c_str(), mode);
-  index->l01 = backup::_lopen((path + ".l01" + suffix).c_str(), mode);
-  index->ifp = backup::_lopen((path + ".ifp" + suffix).c_str(), mode);
+  const auto open = [&](const char* extension) {
+    const std::string file = path + extension + suffix;
+    const int handle = backup::_lopen(TermFileInUse(swap, file).c_str(), mode);
+    return handle >= 0 ? handle : backup::_lopen(file.c_str(), mode);  // renamed in between
+  };
+  index->n01 = open(".n01");
+  index->l01 = open(".l01");
+  index->ifp = open(".ifp");
   if (index->n01 < 0 || index->l01 < 0 || index->ifp < 0) CloseTermIndex(index);
   return index;
 }
 
 /// The separators of additional indexes; null when there are none, or not nine.
-std::unique_ptr<velor_01::TStringList> LoadSeparators(const std::string& path) {
-  if (!utils::PathUtil::IsFile(path + ".inv")) return nullptr;
+std::unique_ptr<velor_01::TStringList> LoadSeparators(const std::string& path, TermSwap swap) {
+  const std::string file = TermFileInUse(swap, path + ".inv");
+  if (swap == TermSwap::kToOneIndex || !utils::PathUtil::IsFile(file)) return nullptr;
   auto list = std::make_unique<velor_01::TStringList>();
-  if (!list->LoadFromFile(path + ".inv") || list->GetCount() != kSeparators) return nullptr;
+  if (!list->LoadFromFile(file) || list->GetCount() != kSeparators) return nullptr;
   return list;
 }
 
 bool OpenAll(TVelorSpace* space, int mode) {
   const std::string& path = space->termPath;
-  space->trmMain = OpenOne(path, "", mode);
+  const TermSwap swap = ReadTermSwap(path);
+  space->trmMain = OpenOne(path, "", swap, mode);
   if (!space->trmMain) return false;
-  space->termSeparators = LoadSeparators(path);
+  space->termSeparators = LoadSeparators(path, swap);
   if (!space->termSeparators) return true;
   for (int k = 0; k < velor_01::kMaxTermIndexes; ++k) {
-    space->trmIndex[k] = OpenOne(path, "_" + std::to_string(k + 1), mode);
+    space->trmIndex[k] = OpenOne(path, IndexSuffix(k + 1), swap, mode);
     if (!space->trmIndex[k]) return false;
   }
   return true;
+}
+
+bool IsFileOf(int handle, const std::string& path) {
+  struct stat opened;
+  struct stat named;
+  return ::fstat(handle, &opened) == 0 && ::stat(path.c_str(), &named) == 0 &&
+         opened.st_ino == named.st_ino && opened.st_dev == named.st_dev;
+}
+
+/// Whether the files that were opened are still those that the names lead to: new ones may have taken their
+/// place while they were opened one by one.
+bool AreFilesCurrent(const TVelorSpace* space) {
+  const TermSwap swap = ReadTermSwap(space->termPath);
+  const auto isCurrent = [&](const TSpaceTrm* index) {
+    const auto name = [&](const char* extension) {
+      return TermFileInUse(swap, index->path + extension + index->suffix);
+    };
+    return IsFileOf(index->n01, name(".n01")) && IsFileOf(index->l01, name(".l01")) &&
+           IsFileOf(index->ifp, name(".ifp"));
+  };
+  if (HasAdditionalIndexes(space) != (LoadSeparators(space->termPath, swap) != nullptr)) return false;
+  return isCurrent(space->trmMain) &&
+         (!HasAdditionalIndexes(space) ||
+          std::all_of(std::begin(space->trmIndex), std::end(space->trmIndex), isCurrent));
 }
 
 int OpenIndex(TVelorSpace* space, const char* path, int mode) {
@@ -64,8 +100,10 @@ int OpenIndex(TVelorSpace* space, const char* path, int mode) {
     const std::string own = path;
     Velorcloseterm(space);
     space->termPath = own;
-    if (OpenAll(space, mode)) return kOk;
-    CloseTermFiles(space);
+    for (int tries = 0; tries < kMostTries; ++tries) {
+      if (OpenAll(space, mode) && AreFilesCurrent(space)) return kOk;
+      CloseTermFiles(space);
+    }
     return kNoInvertedFile;
   });
 }

@@ -1,7 +1,9 @@
 #include <iostream>
 
 #include "index/actual_if.h"
-#include "index/dict_option.h"
+#include "index/dict_build.h"
+#include "index/multiload.h"
+#include "tool/init_app.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
 #include "tool/run.h"
@@ -32,12 +34,21 @@ constexpr OptionRow<DictOptions> kDictRows[] = {
     {"-f", &DictOptions::isFullTextOnly, true},
 };
 
-int RunDictTool(std::string_view word, int argc, char** argv) {
+using DictProcedure = int (*)(app::VelorAppContext* ctx, const std::string& db,
+                              velor_server_proc::DictOption::Type option, std::ostream& out);
+
+int RunDictTool(std::string_view word, DictProcedure procedure, int argc, char** argv) {
   DictOptions options;
   ScanOptions<DictOptions>(argc, argv, kDictRows, &options);
   const bool isBoth = options.isCatalogOnly && options.isFullTextOnly;
   if (options.database.empty() || isBoth) return RefuseCommandLine(word);
-  return ReportNotBuilt(word);
+  using velor_server_proc::DictOption;
+  const DictOption::Type option = options.isCatalogOnly    ? DictOption::kCatalogOnly
+                                  : options.isFullTextOnly ? DictOption::kFullTextOnly
+                                                           : DictOption::kAll;
+  return RunProcedure(argc, argv, Timing::kPrinted, [&](app::VelorAppContext* ctx) {
+    procedure(ctx, options.database, option, std::cout);
+  });
 }
 
 }  // namespace
@@ -54,19 +65,19 @@ int main_actualif(int argc, char** argv) {
 }
 
 int main_dict(int argc, char** argv) {
-  return RunDictTool("dict", argc, argv);
+  return RunDictTool("dict", velor_server_proc::VelorCreateDict, argc, argv);
 }
 
 int main_terms(int argc, char** argv) {
-  return RunDictTool("terms", argc, argv);
+  return RunDictTool("terms", velor_server_proc::VelorRecTerms, argc, argv);
 }
 
 int main_sort(int argc, char** argv) {
-  return RunDictTool("sort", argc, argv);
+  return RunDictTool("sort", velor_server_proc::VelorSortTerms, argc, argv);
 }
 
 int main_loaddict(int argc, char** argv) {
-  return RunDictTool("loaddict", argc, argv);
+  return RunDictTool("loaddict", velor_server_proc::VelorLoadDict, argc, argv);
 }
 
 int main_delcells(int argc, char** argv) {
@@ -77,9 +88,14 @@ int main_cells(int argc, char** argv) {
   return RunDatabaseTool({"cells", nullptr, Timing::kPrinted}, argc, argv);
 }
 
-int main_multiload(int argc, char**) {
+int main_multiload(int argc, char** argv) {
   if (argc < 3) return -1;
-  return ReportNotBuilt("multiload");
+  app::VelorAppContext* ctx = init_app(argv[2], argc, argv);
+  const int result = velora::Multiload(ctx);
+  ctx->mainIni->Put("MULTILOAD", "RESULT", std::to_string(result));
+  ctx->mainIni->Save();
+  app::velor_app_close(ctx);
+  return 0;
 }
 
 }  // namespace tool

@@ -1,0 +1,68 @@
+#include "index/progress.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <iostream>
+
+#include "storage/database_open.h"
+#include "utils/log_util.h"
+
+namespace velora {
+namespace {
+
+constexpr const char* kTitles[] = {"Terms: ", "SplitFiles: ", "Sort: ", "LoadDict: "};
+constexpr int kDone = 100;  // percent
+
+using Clock = std::chrono::steady_clock;
+
+/// The live line. One operation runs at a time, so that one start is enough.
+class LiveLine {
+ public:
+  void Show(AdmOperation::Type operation, int percent, std::int64_t done) {
+    const Clock::time_point now = Clock::now();
+    if (operation != operation_ || percent < percent_) start_ = now;
+    operation_ = operation;
+    percent_ = percent;
+    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(now - start_).count();
+    std::string line = "\r" + std::string(kTitles[operation]) + std::to_string(percent) + "%";
+    if (done > 0 && elapsed > 0) line += ", " + std::to_string(done * 1000 / elapsed) + " records/s";
+    if (percent > 0 && percent < kDone)
+      line += ", " + utils::LogUtil::FormatTime(elapsed * (kDone - percent) / percent) + " left";
+    line += "\x1B[K";  // what a longer line left behind
+    if (percent >= kDone) line += "\n";
+    std::cerr << line << std::flush;
+  }
+
+ private:
+  int operation_ = -1;
+  int percent_ = 0;
+  Clock::time_point start_;
+};
+
+bool WantsLiveLine(const VelorAContext& ctx) {
+  return ::isatty(STDERR_FILENO) != 0 && (::isatty(STDOUT_FILENO) == 0 || ctx.reportProgress);
+}
+
+}  // namespace
+
+void VelorReportProgress(VelorAContext* ctx, AdmOperation::Type operation, int percent, std::int64_t done) {
+  static LiveLine liveLine;
+  if (ctx == nullptr || (percent == ctx->lastProgress && operation == ctx->lastProgressTotal)) return;
+  ctx->lastProgress = percent;
+  ctx->lastProgressTotal = operation;
+  ++ctx->progressCount;
+  if (WantsLiveLine(*ctx)) liveLine.Show(operation, percent, done);
+  if (!ctx->reportProgress) return;
+  if (ctx->app->progressCallback != nullptr)
+    ctx->app->progressCallback(ctx->app->progressArg, percent, kDone);
+  else
+    std::cout << kTitles[operation] << percent << std::endl;
+}
+
+void ReportBuildError(const std::string& message) {
+  std::cerr << message << std::endl;
+  velor_server_proc::LogTool(message);
+}
+
+}  // namespace velora
