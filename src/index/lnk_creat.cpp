@@ -45,13 +45,16 @@ class TermWriter {
 
  private:
   int WriteTerm(const char* term) {
+    // Damaged postings read like none; only their start tells the two apart.
+    if (velor_32::Velorinitpost(space_) != kOk) return kNoInvertedFile;
     const int count = velor_32::Velornposts(space_);
-    for (int i = 0; i < count; ++i) {
-      if (velor_32::Velornxtpost(space_) != kOk) return kNoInvertedFile;
+    int written = 0;
+    for (; velor_32::Velornxtpost(space_) == kOk; ++written) {
       line_.clear();
       AppendTermLine(velor_32::CurrentIndex(space_)->posting, numbers_, term, &line_);
       file_->Append(line_);
     }
+    if (written < count) return kNoInvertedFile;
     return file_->isGood() ? kOk : kWriteFailed;
   }
 

@@ -26,21 +26,45 @@ bool ReadSlot(const TSpaceTrm& index, std::int64_t offset, int place, int size, 
                        static_cast<std::size_t>(size));
 }
 
+std::int64_t NextOf(const TifpHeader& head) {
+  return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
+                           static_cast<std::uint32_t>(head.nextHigh));
+}
+
 /// Walks a chain from its first segment: 1 found, 0 not.
 int FindInChain(TVelorSpace* space, std::int64_t offset, const TifpItemPosting& posting) {
   TSpaceTrm* index = CurrentIndex(space);
-  std::int64_t seen = 0;  // more segments than postings are a circle
-  for (std::int64_t limit = -1; limit < 0 || seen <= limit; ++seen) {
+  for (velor_01::CircleGuard chain; chain.Passes(offset);) {
     TifpHeader head;
     if (!ReadSegmentHead(index->ifp, offset, &head)) return kNoInvertedFile;
-    if (limit < 0) limit = std::int64_t{head.total} + 65536;
     bool found = false;
     const int rc = findposting_in_segment(space, offset, posting, &found);
     if (rc < kBehindSegment) return rc;
     if (found) return 1;
     if (head.nextHigh == velor_01::kLastSegment) return 0;
-    offset = backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
-                               static_cast<std::uint32_t>(head.nextHigh));
+    offset = NextOf(head);
+  }
+  return kNoInvertedFile;
+}
+
+/// Searches a segment under a special block, and those that follow it as long as they begin at or below the
+/// posting: a segment is divided before the special block knows of its new half.
+int FindFromSegment(TVelorSpace* space, std::int64_t* offset, const TifpItemPosting& posting, bool* found) {
+  const TSpaceTrm& index = *CurrentIndex(space);
+  for (velor_01::CircleGuard chain; chain.Passes(*offset);) {
+    const int place = findposting_in_segment(space, *offset, posting, found);
+    TifpHeader head;
+    if (place != kBehindSegment || !ReadSegmentHead(index.ifp, *offset, &head) ||
+        head.nextHigh == velor_01::kLastSegment)
+      return place;
+    char slot[velor_01::PostingSize(true)];
+    TifpItemPosting first;
+    const std::int64_t next = NextOf(head);
+    if (!ReadSegmentHead(index.ifp, next, &head) || head.used < 1 ||
+        !ReadSlot(index, next, 0, velor_01::PostingSize(space->isFullText), slot) ||
+        !DecodePosting(slot, space->isFullText, &first) || backup::ComparePostings(first, posting) > 0)
+      return place;
+    *offset = next;
   }
   return kNoInvertedFile;
 }
@@ -100,7 +124,7 @@ int findposting_in_special_segment(TVelorSpace* space, std::int64_t* offset, con
       entry.offset < 1)
     return kNoInvertedFile;
   *offset = entry.offset;
-  return findposting_in_segment(space, *offset, posting, found);
+  return FindFromSegment(space, offset, posting, found);
 }
 
 int VelorFindPosting(TVelorSpace* space, const char* term, const TifpItemPosting& posting) {

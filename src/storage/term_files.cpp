@@ -108,16 +108,19 @@ int OpenIndex(TVelorSpace* space, const char* path, int mode) {
   });
 }
 
-/// The keys lie in the block, behind the items.
+/// The keys lie in the block, behind the items, and have room there side by side: so any part of them fits
+/// into an empty block.
 bool HasSoundKeys(const TTermBlock& block) {
   const int itemsEnd = kBlockHeadSize + kKeyItemSize * block.count;
   if (itemsEnd > kTermBlockSize) return false;
+  int keyBytes = 0;
   for (int i = 1; i <= block.count; ++i) {
     const velor_01::TKeyItem& item = block.item(i);
     if (item.len < 1 || item.len > velor_01::kLongestTerm) return false;
     if (item.pos < itemsEnd || item.pos + item.len > kTermBlockSize) return false;
+    keyBytes += item.len;
   }
-  return true;
+  return itemsEnd + keyBytes <= kTermBlockSize;
 }
 
 std::int64_t BlockOffset(std::int32_t number) {

@@ -15,6 +15,25 @@
 /// term_update.h.
 namespace velor_01 {
 
+/// Notices that a walk along a chain of offsets runs in a circle, within a few rounds of it.
+class CircleGuard {
+ public:
+  /// False when the walk has been at `offset` before.
+  [[nodiscard]] bool Passes(std::int64_t offset) {
+    if (offset == mark_) return false;
+    if (++steps_ < limit_) return true;
+    mark_ = offset;  // the distance between marks doubles, until a circle fits between two
+    steps_ = 0;
+    limit_ *= 2;
+    return true;
+  }
+
+ private:
+  std::int64_t mark_ = -1;
+  std::int64_t steps_ = 0;
+  std::int64_t limit_ = 1;
+};
+
 /// An open term index and the place that the last search found.
 struct TSpaceTrm {
   int n01 = -1;
@@ -27,10 +46,11 @@ struct TSpaceTrm {
   std::int32_t root = 0;
   TifpHeader segment;  // that the current posting lies in
   std::int64_t segmentOffset = 0;
+  CircleGuard chain;  // of the segments met since the first posting
   TifpItemPosting posting;
   std::int32_t postIndex = -1;  // of the next posting in the segment, from 1; -1 without one
   std::int32_t postCount = 0;   // of the term
-  std::int32_t delivered = 0;   // postings given out so far
+  bool isLoaded = false;        // `postings` holds the segment
   TIntList trail;               // block numbers and positions from the root to the leaf
   std::vector<char> postings;   // of the segment, as in the file
 };

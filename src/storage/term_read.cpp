@@ -22,9 +22,7 @@ namespace {
 constexpr int kTermNotFound = -202;
 constexpr int kBehindLastTerm = -203;
 constexpr int kBelowFirstTerm = -204;
-constexpr int kDeepestTree = 32;           // levels; a deeper one is a loop
-constexpr int kMostEmptySegments = 65536;  // in a row
-constexpr int kMostDivisions = 64;         // of one leaf that a step back meets
+constexpr int kDeepestTree = 32;  // levels; a deeper one is a loop
 
 void CopyTerm(std::string_view key, char* term) {
   std::memcpy(term, key.data(), key.size());
@@ -48,12 +46,14 @@ void SetLeaf(TSpaceTrm& index, int block, int position) {
   SetPosition(index, position);
 }
 
-/// Gives the key at the current position, and makes its postings ready.
+/// Gives the key at the current position, and makes its postings ready; where they are damaged, the term is
+/// still found and has none.
 int TakeTerm(TVelorSpace* space, TSpaceTrm& index, char* term) {
   const int position = Position(index);
   if (position < 1 || position > index.leafBlock.count) return kNoInvertedFile;
   CopyTerm(index.leafBlock.key(position), term);
-  return Velorinitpost(space);
+  static_cast<void>(Velorinitpost(space));
+  return kOk;
 }
 
 /// Bytes of the root number that could be read; `root` is 0 for a file without it.
@@ -64,6 +64,19 @@ int ReadRoot(TSpaceTrm& index) {
   return static_cast<int>(got);
 }
 
+/// Goes on to the block behind, while that begins at or below the key. A block is divided before the level
+/// above knows of its new half: until then, or for good after a crash in between, this is the way there.
+/// Each block begins above the one before it, so that the walk ends in damaged files, too.
+void MoveRight(int file, bool isInner, std::string_view key, TTermBlock* block, std::int32_t* number) {
+  TTermBlock next;
+  while (block->next > 0 && ReadTermBlock(file, block->next, isInner, &next) && next.count > 0 &&
+         utils::CompareUtf8(next.key(1), key) <= 0 &&
+         utils::CompareUtf8(next.key(1), block->key(block->count)) > 0) {
+    *number = block->next;
+    *block = next;
+  }
+}
+
 /// Walks from the root to a leaf, which is read into leafBlock; leaves the trail before the position in it.
 bool Descend(TSpaceTrm& index, std::string_view key) {
   index.trail.Clear();
@@ -72,28 +85,26 @@ bool Descend(TSpaceTrm& index, std::string_view key) {
   for (int level = 0; child > 0; ++level) {
     if (level == kDeepestTree || !ReadTermBlock(index.n01, child, true, &index.nodeBlock)) return false;
     int place = 0;
-    if (findterm_in_block(index.nodeBlock, key, &place) > 0) --place;
+    int order = findterm_in_block(index.nodeBlock, key, &place);
+    if (order <= 0 && place == index.nodeBlock.count && place > 0) {
+      MoveRight(index.n01, true, key, &index.nodeBlock, &child);
+      index.trail.Put(index.trail.GetCount() - 1, child);
+      order = findterm_in_block(index.nodeBlock, key, &place);
+    }
+    if (order > 0) --place;
     if (place < 1) return false;
     child = index.nodeBlock.item(place).low;
     if (child == index.root) return false;  // a loop
     index.trail.Add(place);
     index.trail.Add(child);
   }
-  return child != 0 && ReadTermBlock(index.l01, -child, false, &index.leafBlock);
-}
-
-/// Goes on to the next leaf when the search key belongs there: a leaf that is being divided is reached by the
-/// tree last.
-bool MoveRight(TSpaceTrm& index, std::string_view key) {
-  const TTermBlock& leaf = index.leafBlock;
-  TTermBlock next;
-  const std::int32_t number = leaf.next;
-  if (number < 1 || leaf.count < 1 || !ReadTermBlock(index.l01, number, false, &next) || next.count < 1)
-    return false;
-  const bool ascends = utils::CompareUtf8(next.key(1), leaf.key(leaf.count)) > 0;
-  if (!ascends || utils::CompareUtf8(next.key(1), key) > 0) return false;
-  index.leafBlock = next;
-  index.trail.Put(index.trail.GetCount() - 1, -number);
+  std::int32_t leaf = -child;
+  if (leaf == 0 || !ReadTermBlock(index.l01, leaf, false, &index.leafBlock)) return false;
+  const int last = index.leafBlock.count;
+  if (last > 0 && utils::CompareUtf8(index.leafBlock.key(last), key) < 0) {
+    MoveRight(index.l01, false, key, &index.leafBlock, &leaf);
+    index.trail.Put(index.trail.GetCount() - 1, -leaf);
+  }
   return true;
 }
 
@@ -135,8 +146,7 @@ int FindInIndex(TVelorSpace* space, TSpaceTrm& index, char* term, bool followNex
     return kNoInvertedFile;
   }
   int place = 0;
-  int order = findterm_in_block(index.leafBlock, key, &place);
-  while (order < 0 && MoveRight(index, key)) order = findterm_in_block(index.leafBlock, key, &place);
+  const int order = findterm_in_block(index.leafBlock, key, &place);
   if (order < 0) return FindBehindLeaf(space, index, place, followNext, term);
   index.trail.Add(place);
   const int rc = TakeTerm(space, index, term);
@@ -170,15 +180,12 @@ int StepForward(TVelorSpace* space, TSpaceTrm& index, char* term) {
   }
   if (index.leafBlock.next < 1) {
     if (space->termIndex >= 1 && space->termIndex < velor_01::kMaxTermIndexes) {
-      for (int k = space->termIndex + 1; k <= velor_01::kMaxTermIndexes; ++k)
+      const int own = space->termIndex;
+      for (int k = own + 1; k <= velor_01::kMaxTermIndexes; ++k)
         if (int rc = EnterIndex(space, k, true, term); rc != kOk || *term != '\0') return rc;
+      space->termIndex = own;
     }
-    TSpaceTrm* last = CurrentIndex(space);
-    if (!last || last->trail.GetCount() < 2) {
-      *term = '\0';
-      return kBehindLastTerm;
-    }
-    return EndOfTerms(*last, position, kBehindLastTerm, term);
+    return EndOfTerms(index, position, kBehindLastTerm, term);
   }
   const std::int32_t next = index.leafBlock.next;
   const std::string last(index.leafBlock.count > 0 ? index.leafBlock.key(index.leafBlock.count)
@@ -194,17 +201,15 @@ int StepForward(TVelorSpace* space, TSpaceTrm& index, char* term) {
   return TakeTerm(space, index, term);
 }
 
-/// Reads leaf `*prev`, or those behind it up to the one whose next leaf is `from`: of a division the back
-/// link is written last.
-bool ReadLeafBefore(TSpaceTrm& index, std::int32_t from, std::int32_t* prev) {
-  if (!ReadTermBlock(index.l01, *prev, false, &index.leafBlock)) return false;
-  for (int i = 0; i < kMostDivisions && index.leafBlock.next > 0 && index.leafBlock.next != from; ++i) {
-    TTermBlock between;
-    if (!ReadTermBlock(index.l01, index.leafBlock.next, false, &between) || between.prev != *prev) break;
-    *prev = between.number;
-    index.leafBlock = between;
+/// Goes on to the last block that ends below the key.
+void MoveRightBelow(int file, std::string_view key, TTermBlock* block, std::int32_t* number) {
+  TTermBlock next;
+  while (block->next > 0 && ReadTermBlock(file, block->next, false, &next) && next.count > 0 &&
+         utils::CompareUtf8(next.key(next.count), key) < 0 &&
+         utils::CompareUtf8(next.key(1), block->key(block->count)) > 0) {
+    *number = block->next;
+    *block = next;
   }
-  return true;
 }
 
 int StepBack(TVelorSpace* space, TSpaceTrm& index, char* term) {
@@ -214,24 +219,22 @@ int StepBack(TVelorSpace* space, TSpaceTrm& index, char* term) {
     return TakeTerm(space, index, term);
   }
   if (index.leafBlock.prev < 1) {
-    for (int k = space->termIndex - 1; k >= 1; --k)
+    const int own = space->termIndex;
+    for (int k = own - 1; k >= 1; --k)
       if (int rc = EnterIndex(space, k, false, term); rc != kOk || *term != '\0') return rc;
-    TSpaceTrm* first = CurrentIndex(space);
-    if (!first || first->trail.GetCount() < 2) {
-      *term = '\0';
-      return kBelowFirstTerm;
-    }
-    return EndOfTerms(*first, position, kBelowFirstTerm, term);
+    space->termIndex = own;
+    return EndOfTerms(index, position, kBelowFirstTerm, term);
   }
   std::int32_t prev = index.leafBlock.prev;
   const std::string first(index.leafBlock.count > 0 ? index.leafBlock.key(1) : std::string_view());
-  const std::int32_t from = -index.trail.Get(index.trail.GetCount() - 2);
-  if (!ReadLeafBefore(index, from, &prev) || index.leafBlock.count < 1 ||
+  if (!ReadTermBlock(index.l01, prev, false, &index.leafBlock) || index.leafBlock.count < 1 ||
       (!first.empty() && utils::CompareUtf8(index.leafBlock.key(index.leafBlock.count), first) >= 0)) {
     index.trail.Clear();
     ForgetPostings(index);
     return kNoInvertedFile;
   }
+  // The back link is the last that a division sets: the new half may lie in between.
+  if (!first.empty()) MoveRightBelow(index.l01, first, &index.leafBlock, &prev);
   SetLeaf(index, -prev, index.leafBlock.count);
   return TakeTerm(space, index, term);
 }
@@ -262,15 +265,15 @@ bool IsLastSegment(const TifpHeader& head) {
 /// Reads the head at `offset`, and those behind it until one has postings. `result` for a chain that ends
 /// without any.
 int SkipEmptySegments(TSpaceTrm& index, std::int64_t offset, int result) {
-  for (int i = 0; i < kMostEmptySegments; ++i) {
+  for (;;) {
     if (offset < 1) return kTermNotFound;
+    if (!index.chain.Passes(offset)) return kNoInvertedFile;
     if (!ReadSegmentHead(index.ifp, offset, &index.segment)) return kNoInvertedFile;
     index.segmentOffset = offset;
     if (index.segment.used > 0 && index.segment.total > 0) return kOk;
     if (IsLastSegment(index.segment)) return result;
     offset = NextSegment(index.segment);
   }
-  return kNoInvertedFile;
 }
 
 bool LoadSegment(TSpaceTrm& index, bool isFullText) {
@@ -297,8 +300,9 @@ bool NextPostings(TSpaceTrm& index, bool isFullText) {
 }
 
 int TakePosting(TVelorSpace* space, TSpaceTrm& index) {
-  if (index.postIndex < 0 || index.delivered >= index.postCount) return EndOfPostings(index);
-  if (index.delivered == 0 && !LoadSegment(index, space->isFullText)) return EndOfPostings(index);
+  if (index.postIndex < 0) return EndOfPostings(index);
+  if (!index.isLoaded && !LoadSegment(index, space->isFullText)) return EndOfPostings(index);
+  index.isLoaded = true;
   if (index.postIndex > index.segment.used && !NextPostings(index, space->isFullText))
     return EndOfPostings(index);
   const std::size_t place = static_cast<std::size_t>(index.postIndex - 1) *
@@ -306,7 +310,6 @@ int TakePosting(TVelorSpace* space, TSpaceTrm& index) {
   if (!DecodePosting(index.postings.data() + place, space->isFullText, &index.posting))
     return EndOfPostings(index);
   ++index.postIndex;
-  ++index.delivered;
   return kOk;
 }
 
@@ -367,7 +370,8 @@ int Velorinitpost(TVelorSpace* space) {
   TSpaceTrm* index = CurrentIndex(space);
   if (!index) return kNoInvertedFile;
   ForgetPostings(*index);
-  index->delivered = 0;
+  index->isLoaded = false;
+  index->chain = {};
   index->posting = {};
   if (index->trail.GetCount() < 2 || Position(*index) < 1 || Position(*index) > index->leafBlock.count)
     return kNoInvertedFile;
@@ -383,8 +387,8 @@ int Velorinitpost(TVelorSpace* space) {
     if (!utils::ReadAt(index->ifp, place, entry, size) || !DecodeSpecial(entry, space->isFullText, &special))
       return kNoInvertedFile;
     if (int rc = SkipEmptySegments(*index, special.offset, kTermNotFound); rc != kOk) return rc;
-  } else if (index->segment.used == 0) {
-    if (int rc = SkipEmptySegments(*index, index->segmentOffset, kNoInvertedFile); rc != kOk) return rc;
+  } else {
+    static_cast<void>(index->chain.Passes(index->segmentOffset));
   }
   index->postCount = total;
   index->postIndex = 1;

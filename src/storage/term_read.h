@@ -16,7 +16,7 @@ namespace velor_32 {
 /// Result: 0 found; -202 not found, `term` is the next greater one ("" in an empty dictionary); -203 behind
 /// the last term, which `term` then is; -204 below the first term of the first additional index; -401
 /// inverted file missing or damaged; -100 without a space. The postings of the term found are ready to be
-/// read.
+/// read; a term whose postings are damaged is found and has none, which Velorinitpost tells.
 int Velorfind(TVelorSpace* space, char* term);
 
 /// The same for a term as it stands. `followNext` false stays on the leaf where the term would be inserted.

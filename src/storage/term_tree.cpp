@@ -188,7 +188,9 @@ bool HasSizes(const Tifp_MaxFileSize& control) {
 
 bool AppendIfp(int handle, Tifp_MaxFileSize* control, const void* buffer, int length) {
   const std::int64_t end = MakeInt64(control->sizeLow, control->sizeHigh);
-  if (FileSize(handle) < end + length) {
+  const std::int64_t size = FileSize(handle);
+  if (end < static_cast<std::int64_t>(sizeof *control) || end > size) return false;  // a damaged record
+  if (size < end + length) {
     const std::int64_t growth = length >= kIfpStep ? length + kIfpStep : kIfpStep;
     if (!WriteZeros(handle, end, growth)) return false;
   }
@@ -200,8 +202,10 @@ bool AppendIfp(int handle, Tifp_MaxFileSize* control, const void* buffer, int le
 bool ExpandBlocks(int handle, const Tifp_MaxFileSize& control, std::int32_t* used, std::int32_t blocks) {
   constexpr std::int64_t kSize = velor_01::kTermBlockSize;
   if (!HasSizes(control) || *used >= blocks) return true;
+  const std::int64_t size = FileSize(handle);
+  if (*used < 0 || *used * kSize > size) return false;  // a damaged record
   const std::int64_t end = (std::int64_t{*used} + 1) * kSize;
-  if (FileSize(handle) <= end + kSize && !WriteZeros(handle, end, kBlockStep * kSize)) return false;
+  if (size <= end + kSize && !WriteZeros(handle, end, kBlockStep * kSize)) return false;
   *used = blocks;
   return true;
 }

@@ -31,9 +31,9 @@ constexpr int kTermNotFound = -202;
 constexpr int kBehindLastTerm = -203;
 constexpr int kBelowFirstTerm = -204;
 constexpr int kHeadSize = sizeof(TifpHeader);
-constexpr int kUsualSegment = 256;      // postings that one read brings along; a larger segment is divided
-constexpr int kMostSegments = 1 << 24;  // in a chain
-constexpr int kPrevPlace = 4;           // of the back link in a block
+constexpr std::int32_t kMostPostings = std::numeric_limits<std::int32_t>::max();  // of a term
+constexpr int kUsualSegment = 256;  // postings that one read brings along; a larger segment is divided
+constexpr int kPrevPlace = 4;       // of the back link in a block
 constexpr std::int64_t kPageSize = 4096;
 
 std::int64_t NextOf(const TifpHeader& head) {
@@ -105,6 +105,7 @@ class TermChange {
   int DeleteInChain(Segment* first, const TifpItemPosting& posting);
   int DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset, const TifpItemPosting& posting);
   [[nodiscard]] bool AddToTotal(std::int64_t headOffset, int change);
+  void SettleTotal(std::int64_t headOffset);
 
   TVelorSpace* space_;
   int size_;  // of a posting
@@ -276,8 +277,37 @@ void TermChange::InsertSlot(Segment* segment, int place, const TifpItemPosting& 
 bool TermChange::AddToTotal(std::int64_t headOffset, int change) {
   TifpHeader head;
   if (!ReadSegmentHead(index_->ifp, headOffset, &head)) return false;
-  head.total = std::max(head.total + change, 0);
+  head.total = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(std::int64_t{head.total} + change, 0, kMostPostings));
   return WriteSegmentHead(index_->ifp, headOffset, head);
+}
+
+/// Counts the postings of a term anew. The count is written behind a change of a later segment: who finds
+/// that change made already may follow a writer that was cut off in between.
+void TermChange::SettleTotal(std::int64_t headOffset) {
+  TifpHeader first;
+  if (!ReadSegmentHead(index_->ifp, headOffset, &first)) return;
+  TifpHeader head = first;
+  std::int64_t offset = headOffset;
+  if (first.nextHigh == velor_01::kSpecialMark) {
+    char slot[velor_01::SpecialSize(true)];
+    TifpSpecial entry;
+    const auto size = static_cast<std::size_t>(velor_01::SpecialSize(space_->isFullText));
+    if (!utils::ReadAt(index_->ifp, headOffset + kHeadSize, slot, size) ||
+        !DecodeSpecial(slot, space_->isFullText, &entry) ||
+        !ReadSegmentHead(index_->ifp, entry.offset, &head))
+      return;
+    offset = entry.offset;
+  }
+  std::int64_t total = head.used;
+  for (velor_01::CircleGuard chain; head.nextHigh != velor_01::kLastSegment; total += head.used) {
+    if (!chain.Passes(offset)) return;
+    offset = NextOf(head);
+    if (!ReadSegmentHead(index_->ifp, offset, &head)) return;
+  }
+  if (total == first.total || total > kMostPostings) return;
+  first.total = static_cast<std::int32_t>(total);
+  static_cast<void>(WriteSegmentHead(index_->ifp, headOffset, first));
 }
 
 // ---- a new term ----
@@ -329,7 +359,8 @@ std::int32_t TermChange::NextBlockNumber(bool isLeaf) const {
   const int file = isLeaf ? index_->l01 : index_->n01;
   if (control_.marker != velor_01::kSizeMarker)
     return static_cast<std::int32_t>(backup::_llseek(file, 0, SEEK_END) / velor_01::kTermBlockSize + 1);
-  return (isLeaf ? control_.l01Blocks : control_.n01Blocks) + 1;
+  const std::int32_t used = isLeaf ? control_.l01Blocks : control_.n01Blocks;
+  return used == std::numeric_limits<std::int32_t>::max() ? -1 : used + 1;
 }
 
 /// Makes room for a block and counts it in the control record, before it is used.
@@ -387,6 +418,7 @@ int TermChange::TryInsert(const TifpItemPosting& posting) {
 
   Segment first;
   if (!ReadSegment(CurrentTermOffset(*index_), &first)) return kNoInvertedFile;
+  if (first.head.total == kMostPostings) return kNoInvertedFile;
   if (first.head.nextHigh == velor_01::kSpecialMark)
     return InsertUnderSpecial(first.head, first.offset, posting);
   if (first.head.total > 0 || first.head.capacity < 1) return InsertInChain(&first, posting);
@@ -401,11 +433,14 @@ int TermChange::TryInsert(const TifpItemPosting& posting) {
 int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
   Segment other;
   Segment* segment = first;
-  for (int i = 0; i < kMostSegments; ++i) {
+  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
-    if (found) return kOk;
+    if (found) {
+      if (segment != first) SettleTotal(first->offset);
+      return kOk;
+    }
     if (place < segment->head.used || segment->IsLast())
       return InsertInSegment(first, segment, place, posting);
     const std::int64_t next = NextOf(segment->head);
@@ -415,8 +450,6 @@ int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
   return kNoInvertedFile;
 }
 
-/// The total of the term rises first: a reader stops at the end of the chain, but never before the last
-/// posting.
 int TermChange::InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting) {
   const bool isFirst = segment == first;
   const std::int64_t countedAt = isFirst ? 0 : first->offset;
@@ -424,13 +457,15 @@ int TermChange::InsertInSegment(Segment* first, Segment* segment, int place, con
     InsertSlot(segment, place, posting);
     segment->head.total = isFirst ? segment->head.total + 1 : segment->head.used;
     if (!SaveSegment(*segment, segment->head.used, countedAt)) return kNoInvertedFile;
-    if (!isFirst && !AddToTotal(countedAt, 1)) return kNoInvertedFile;
-    return WriteSegment(*segment, segment->head.used) ? kOk : kNoInvertedFile;
+    if (!WriteSegment(*segment, segment->head.used)) return kNoInvertedFile;
+    return isFirst || AddToTotal(countedAt, 1) ? kOk : kNoInvertedFile;
   }
   if (isFirst && segment->IsLast() && segment->head.used < kUsualSegment)
     return MoveSegment(segment, place, posting);
   if (isFirst) ++segment->head.total;
-  return SplitSegment(segment, place, posting, segment->head.used + 1, countedAt, nullptr);
+  const int capacity = segment->head.used + 1;
+  if (int rc = SplitSegment(segment, place, posting, capacity, countedAt, nullptr); rc != kOk) return rc;
+  return isFirst || AddToTotal(countedAt, 1) ? kOk : kNoInvertedFile;
 }
 
 /// The only segment of a term moves to twice the room; the former one stays as dead space.
@@ -445,8 +480,8 @@ int TermChange::MoveSegment(Segment* segment, int place, const TifpItemPosting& 
 }
 
 /// The upper half of the postings goes to a new segment behind this one. `entry`, unless null, receives what
-/// a special block has to know of it. The head at `countedAt` counts the new posting too; it is 0 for the
-/// first segment of a chain, whose `total` the caller has raised.
+/// a special block has to know of it. The head at `countedAt` is to count the new posting too; it is 0 for
+/// the first segment of a chain, whose `total` the caller has raised.
 int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
                              std::int64_t countedAt, TifpSpecial* entry) {
   const std::int32_t total = segment->head.total;
@@ -473,9 +508,7 @@ int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting&
   segment->head.total = keepsTotal ? total : kept;
   SetNext(&segment->head, upper.offset);
   const int slots = std::max(written, kept);
-  if (!SaveSegment(*segment, slots, countedAt)) return kNoInvertedFile;
-  if (countedAt > 0 && !AddToTotal(countedAt, 1)) return kNoInvertedFile;
-  return WriteSegment(*segment, slots) ? kOk : kNoInvertedFile;
+  return SaveSegment(*segment, slots, countedAt) && WriteSegment(*segment, slots) ? kOk : kNoInvertedFile;
 }
 
 // ---- under a special block ----
@@ -486,7 +519,10 @@ int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   std::int64_t offset = headOffset;
   bool found = false;
   if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
-  if (found) return kOk;
+  if (found) {
+    SettleTotal(headOffset);
+    return kOk;
+  }
   Segment segment;
   if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
   const int place = FindSlot(segment, posting, &found);
@@ -494,8 +530,8 @@ int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   if (segment.head.used < segment.head.capacity) {
     InsertSlot(&segment, place, posting);
     segment.head.total = segment.head.used;
-    const bool ok = SaveSegment(segment, segment.head.used, headOffset) && AddToTotal(headOffset, 1) &&
-                    WriteSegment(segment, segment.head.used);
+    const bool ok = SaveSegment(segment, segment.head.used, headOffset) &&
+                    WriteSegment(segment, segment.head.used) && AddToTotal(headOffset, 1);
     return ok ? kOk : kNoInvertedFile;
   }
   if (int rc = MakeRoomForEntry(head, &headOffset); rc != kOk) return rc;
@@ -503,7 +539,8 @@ int TermChange::InsertUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   segment.head.total = segment.head.used;
   if (int rc = SplitSegment(&segment, place, posting, segment.head.capacity, headOffset, &entry); rc != kOk)
     return rc;
-  return insert_special(headOffset, entry);
+  if (int rc = insert_special(headOffset, entry); rc != kOk) return rc;
+  return AddToTotal(headOffset, 1) ? kOk : kNoInvertedFile;
 }
 
 /// A special block that is full moves to free space, with room for more.
@@ -579,12 +616,15 @@ int TermChange::TryDelete(const TifpItemPosting& posting) {
 int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
   Segment other;
   Segment* segment = first;
-  for (int i = 0; i < kMostSegments; ++i) {
+  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
     bool found = false;
     const int place = FindSlot(*segment, posting, &found);
     if (place < 0) return kNoInvertedFile;
     if (found) return RemoveFrom(segment, place, segment == first ? 0 : first->offset);
-    if (place < segment->head.used || segment->IsLast()) return kOk;
+    if (place < segment->head.used || segment->IsLast()) {
+      if (segment != first) SettleTotal(first->offset);
+      return kOk;
+    }
     const std::int64_t next = NextOf(segment->head);
     segment = &other;
     if (!ReadSegment(next, segment)) return kNoInvertedFile;
@@ -598,7 +638,10 @@ int TermChange::DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffs
   std::int64_t offset = headOffset;
   bool found = false;
   if (findposting_in_special_segment(space_, &offset, posting, &found) < -1) return kNoInvertedFile;
-  if (!found) return kOk;
+  if (!found) {
+    SettleTotal(headOffset);
+    return kOk;
+  }
   Segment segment;
   if (!ReadSegment(offset, &segment)) return kNoInvertedFile;
   const int place = FindSlot(segment, posting, &found);
@@ -613,7 +656,7 @@ int TermChange::RemoveFrom(Segment* segment, int place, std::int64_t countedAt) 
   const auto begin = segment->slots.begin() + std::ptrdiff_t{place} * size_;
   segment->slots.erase(begin, begin + size_);
   --segment->head.used;
-  segment->head.total = countedAt > 0 ? segment->head.used : segment->head.total - 1;
+  segment->head.total = countedAt > 0 ? segment->head.used : std::max(segment->head.total - 1, 0);
   if (!SaveSegment(*segment, before, countedAt) || !WriteSegment(*segment, before)) return kNoInvertedFile;
   return countedAt < 1 || AddToTotal(countedAt, -1) ? kOk : kNoInvertedFile;
 }

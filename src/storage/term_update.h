@@ -4,7 +4,8 @@
 
 /// Changing the postings of a term in place. The caller holds the database mutex, and the space is open with
 /// Velorinitterm_write. Readers go on without a lock: new data goes to free space, is counted in the control
-/// record, and only then is made reachable.
+/// record, and only then is made reachable. A change of several writes is noted before (see term_journal.h):
+/// when it is cut off or fails it is undone, by the caller or by the next that takes the mutex over.
 namespace velor_32 {
 
 /// Adds one posting; the term comes into being when it is not there. A posting that exists, or one with a

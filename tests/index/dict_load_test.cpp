@@ -254,4 +254,19 @@ TEST(DictLoad, LeavesALockedDatabaseAlone) {
   EXPECT_TRUE(test::ReadDictionaryModel(base.space()).empty());
 }
 
+/// A term with damaged postings is no term without postings.
+TEST(DictLoad, WritesNoFileOutOfDamage) {
+  std::string lines;
+  for (const char* term : {"A", "B"})
+    velora::AppendTermLine({1, 1, 1, 1}, velora::NumbersInLine(false), term, &lines);
+  Base base(false, false);
+  ASSERT_EQ(base.Load(lines), 0) << base.message();
+  ASSERT_EQ(base.WriteOut("whole.ln1"), 0);
+  std::string postings = base.dir().Read("d.ifp");
+  postings[20 + 15] = 99;  // used above capacity in the first head
+  base.dir().Write("d.ifp", postings);
+  EXPECT_EQ(base.WriteOut("out.ln1"), -401);
+  EXPECT_FALSE(std::filesystem::exists(base.dir().File("out.ln1")));
+}
+
 }  // namespace

@@ -1,122 +1,22 @@
-// The dictionary against a model: random insertions and removals, read back by walking the terms, and damage.
+// The dictionary against a model: random insertions and removals, read back by walking the terms.
 
 #include <gtest/gtest.h>
-
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
-#include <map>
 #include <random>
-#include <set>
-#include <tuple>
 
-#include "storage/codes.h"
-#include "storage/term_journal.h"
-#include "storage/term_read.h"
-#include "storage/term_update.h"
-#include "support/kill_at_write.h"
-#include "support/memory_space.h"
-#include "support/temp_dir.h"
-#include "support/verify.h"
+#include "support/dictionary.h"
 
 namespace {
 
-using velor_01::TifpItemPosting;
-
-struct Less {
-  bool operator()(const TifpItemPosting& a, const TifpItemPosting& b) const {
-    return backup::ComparePostings(a, b) < 0;
-  }
-};
-using Postings = std::set<TifpItemPosting, Less>;
-using Model = std::map<std::string, Postings>;
-
-/// An inverted file in a directory of its own.
-class Dictionary {
- public:
-  explicit Dictionary(const std::string& copyOf = "") {
-    test::TestBase().WriteTo(path());
-    if (!copyOf.empty())
-      for (const char* extension : {".n01", ".l01", ".ifp"}) {
-        std::filesystem::remove(path() + extension);
-        std::filesystem::copy_file(copyOf + extension, path() + extension);
-        std::filesystem::permissions(path() + extension, std::filesystem::perms::owner_all);
-      }
-    Open();
-  }
-  void Open() { EXPECT_EQ(velor_32::Velorinitterm_write(space(), path().c_str()), 0); }
-  [[nodiscard]] velor_32::TVelorSpace* space() const { return memory_.space(); }
-  [[nodiscard]] std::string path() const { return dir_.File("d"); }
-  [[nodiscard]] const test::TempDir& dir() const { return dir_; }
-
-  /// All terms that have postings, by walking through the dictionary. The total of a term that is being
-  /// changed may be too high.
-  Model Read(bool hasTotals = true) {
-    Model model;
-    char term[velor_01::kTermBufferSize] = "\x01";
-    for (int rc = velor_32::Velorfind0(space(), term, true); rc == 0 || rc == -202;) {
-      if (*term == '\0') break;
-      Postings postings;
-      while (velor_32::Velornxtpost(space()) == 0) {
-        const auto field = [&](int n) { return velor_32::Velorposting(space(), n); };
-        postings.insert({field(1), field(2), field(3), field(4), 0, 0, 0, 0});
-      }
-      const int total = velor_32::Velornposts(space());
-      EXPECT_TRUE(std::ssize(postings) == total || (!hasTotals && std::ssize(postings) < total)) << term;
-      if (!postings.empty()) model[term] = postings;
-      rc = velor_32::Velornxtterm(space(), term);
-    }
-    return model;
-  }
-
- private:
-  test::TempDir dir_;
-  test::MemorySpace memory_;
-};
-
-/// Terms short and long, with common beginnings, in two alphabets.
-std::vector<std::string> MakeTerms(std::mt19937& random, int count) {
-  std::set<std::string> terms = {"A", std::string(255, 'Z'), std::string(254, 'Z') + "Y", "Я", "К=КНИГА"};
-  while (static_cast<int>(terms.size()) < count) {
-    std::string term = random() % 2 == 0 ? "PREFIX=" : "К=";
-    for (auto n = random() % 12; n > 0; --n)
-      term += random() % 2 == 0 ? std::string(1, static_cast<char>('A' + random() % 26)) : "Ж";
-    if (random() % 20 == 0) term += std::string(random() % 200, 'L');
-    terms.insert(term.substr(0, 255));
-  }
-  return {terms.begin(), terms.end()};
-}
-
-/// Applies random changes to the dictionary and to the model.
-void Change(Dictionary& dictionary, Model& model, const std::vector<std::string>& terms, std::mt19937& random,
-            int count) {
-  for (int i = 0; i < count; ++i) {
-    // Few terms get most of the postings.
-    const std::string& term = terms[std::min(random() % terms.size(), random() % terms.size())];
-    const TifpItemPosting posting{static_cast<int>(random() % 3000), 200, 1, static_cast<int>(random() % 3)};
-    if (random() % 4 != 0) {
-      ASSERT_EQ(velor_32::InsertTerm(dictionary.space(), term.c_str(), posting), 0) << term;
-      model[term].insert(posting);
-    } else {
-      const bool isThere = model.contains(term) && !model[term].empty();
-      const TifpItemPosting gone = isThere && random() % 2 == 0 ? *model[term].begin() : posting;
-      const int rc = velor_32::DeleteTerm(dictionary.space(), term.c_str(), gone);
-      ASSERT_TRUE(rc == 0 || (rc == -203 && !isThere)) << term << " " << rc;
-      if (model.contains(term)) model[term].erase(gone);
-    }
-  }
-}
-
-Model WithoutEmpty(Model model) {
-  std::erase_if(model, [](const auto& item) { return item.second.empty(); });
-  return model;
-}
-
-std::string Findings(const Dictionary& dictionary) {
-  return test::SharedData().empty() ? "" : test::Problems(test::Verify(dictionary.path()));
-}
+using test::Change;
+using test::Dictionary;
+using test::Findings;
+using test::MakeTerms;
+using test::Model;
+using test::WithoutEmpty;
 
 TEST(Terms, EqualTheModelAfterEachBatchOfChanges) {
   std::mt19937 random(20261);
@@ -139,6 +39,33 @@ TEST(Terms, OfFewWordsWithManyPostingsStayInOrder) {
   EXPECT_EQ(Findings(dictionary), "");
 }
 
+TEST(Terms, OfAFullTextDatabaseKeepTheirEightFields) {
+  std::mt19937 random(12);
+  Dictionary dictionary;
+  dictionary.MakeFullText();
+  std::vector<std::string> terms = MakeTerms(random, 300);
+  Model model;
+  Change(dictionary, model, terms, random, 6000);
+  Change(dictionary, model, {"A", "B"}, random, 6000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(Findings(dictionary), "");
+}
+
+/// Sizes of files that keep none are those of the files.
+TEST(Terms, TakeChangesWithoutControlRecord) {
+  std::mt19937 random(13);
+  Dictionary dictionary;
+  dictionary.dir().Write("d.ifp", std::string("\0\0\0\x14", 4) + std::string(16, '\0'));
+  std::vector<std::string> terms = MakeTerms(random, 800);
+  Model model;
+  Change(dictionary, model, terms, random, 6000);
+  Change(dictionary, model, {"A"}, random, 3000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(Findings(dictionary), "");
+  const std::string ifp = dictionary.dir().Read("d.ifp");
+  EXPECT_EQ(ifp.substr(0, 20), std::string("\0\0\0\x14", 4) + std::string(16, '\0'));
+}
+
 TEST(Terms, UnderSpecialBlocksTakeChanges) {
   const std::string fixture = test::SharedData() + "/fixtures/dict/dict";
   if (!std::filesystem::exists(fixture + ".ifp")) GTEST_SKIP() << "no fixtures";
@@ -159,12 +86,7 @@ TEST(Terms, UnderSpecialBlocksTakeChanges) {
 
 TEST(Terms, AreFoundAsTheirNeighboursSay) {
   Dictionary dictionary;
-  const auto find = [&](const char* text) {
-    char term[velor_01::kTermBufferSize] = {};
-    std::strcpy(term, text);
-    const int rc = velor_32::Velorfind(dictionary.space(), term);
-    return std::to_string(rc) + " " + term;
-  };
+  const auto find = [&](const char* text) { return dictionary.Find(text); };
   EXPECT_EQ(find("X"), "-202 ");
   for (const char* term : {"B", "D", "Ё"}) velor_32::InsertTerm(dictionary.space(), term, {1, 2, 3, 4});
   const struct {
@@ -174,14 +96,10 @@ TEST(Terms, AreFoundAsTheirNeighboursSay) {
                {"D", "0 D"}, {"Ё", "0 Ё"},   {"я", "-203 Ё"}};
   for (const auto& c : cases) EXPECT_EQ(find(c.term), c.want);
 
-  char term[velor_01::kTermBufferSize] = "D";
-  EXPECT_EQ(velor_32::Velorfind(dictionary.space(), term), 0);
-  EXPECT_EQ(velor_32::Velorprevterm(dictionary.space(), term), 0);
-  EXPECT_STREQ(term, "B");
-  EXPECT_EQ(velor_32::Velorprevterm(dictionary.space(), term), -204);
-  EXPECT_STREQ(term, "");
-  EXPECT_EQ(velor_32::Velornxtterm(dictionary.space(), term), 0);
-  EXPECT_STREQ(term, "D");
+  EXPECT_EQ(find("D"), "0 D");
+  EXPECT_EQ(dictionary.Previous(), "0 B");
+  EXPECT_EQ(dictionary.Previous(), "-204 ");
+  EXPECT_EQ(dictionary.Next(), "0 D");
 
   EXPECT_EQ(velor_32::DeleteTerm(dictionary.space(), "D", {1, 2, 3, 4}), 0);
   EXPECT_EQ(find("D"), "0 D");
@@ -192,175 +110,81 @@ TEST(Terms, AreFoundAsTheirNeighboursSay) {
   EXPECT_EQ(velor_32::VelorFindPosting(dictionary.space(), "D", {1, 2, 3, 4}), 0);
 }
 
-/// One insertion or removal.
-struct Step {
-  std::string term;
-  TifpItemPosting posting;
-  bool isRemoval = false;
+// ---- additional indexes ----
 
-  void Apply(velor_32::TVelorSpace* space) const {
-    isRemoval ? velor_32::DeleteTerm(space, term.c_str(), posting)
-              : velor_32::InsertTerm(space, term.c_str(), posting);
-  }
-  void Apply(Model* model) const {
-    if (isRemoval) {
-      (*model)[term].erase(posting);
-    } else {
-      (*model)[term].insert(posting);
-    }
-  }
-};
+const std::vector<std::string> kSeparators = {"C", "E", "G", "I", "K", "M", "O", "Q", "S"};
 
-/// A run of steps whose writer is killed again and again.
-class KilledWriter {
- public:
-  KilledWriter(const std::string& copyOf, std::uint32_t seed) : dictionary_(copyOf), random_(seed) {
-    done_ = static_cast<int*>(
-        ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    model_ = dictionary_.Read();
-  }
-  ~KilledWriter() { ::munmap(done_, sizeof(int)); }
-  KilledWriter(const KilledWriter&) = delete;
-  KilledWriter& operator=(const KilledWriter&) = delete;
-
-  /// Does the steps in a child that dies at a random write, and looks at what it left.
-  void Run(const std::vector<Step>& steps, bool isTorn) {
-    *done_ = 0;
-    const bool isDead = test::DiesAtWrite({static_cast<int>(random_() % 40), isTorn}, [&] {
-      dictionary_.Open();
-      for (const Step& step : steps) {
-        step.Apply(dictionary_.space());
-        ++*done_;
-      }
-    });
-    Model before = model_;
-    for (int i = 0; i < *done_; ++i) steps[static_cast<std::size_t>(i)].Apply(&before);
-    Model after = before;
-    if (isDead) steps[static_cast<std::size_t>(*done_)].Apply(&after);
-    dictionary_.Open();
-    if (!isTorn) ExpectOneOf(before, after, "before the mending");
-    FindAll(before);
-    velor_32::UndoTermChange(*dictionary_.space()->trmMain);
-    ExpectOneOf(before, after, "mended");
-    const std::string files = Files();
-    velor_32::UndoTermChange(*dictionary_.space()->trmMain);
-    EXPECT_TRUE(Files() == files) << "there is nothing left to mend";
-    model_ = WithoutEmpty(dictionary_.Read());
-  }
-
-  /// Gives terms so many postings that they are chains.
-  void Grow(const std::vector<std::string>& terms) {
-    for (int i = 0; i < 700; ++i)
-      for (const std::string& term : terms) {
-        const Step step = {term, {static_cast<int>(random_() % 3000), 1, 1, 1}};
-        step.Apply(dictionary_.space());
-        step.Apply(&model_);
-      }
-  }
-
-  const Dictionary& dictionary() const { return dictionary_; }
-  const Model& model() const { return model_; }
-  std::mt19937& random() { return random_; }
-
- private:
-  void ExpectOneOf(const Model& before, const Model& after, const char* when) {
-    const Model now = WithoutEmpty(dictionary_.Read(false));
-    EXPECT_TRUE(now == WithoutEmpty(before) || now == WithoutEmpty(after)) << when;
-  }
-  /// Every term that was there is found by a search, forwards and backwards.
-  void FindAll(const Model& before) {
-    char term[velor_01::kTermBufferSize] = {};
-    for (const auto& [text, postings] : WithoutEmpty(before)) {
-      std::strcpy(term, text.c_str());
-      ASSERT_EQ(velor_32::Velorfind(dictionary_.space(), term), 0) << text;
-    }
-    std::size_t back = 1;
-    while (velor_32::Velorprevterm(dictionary_.space(), term) == 0 && *term != '\0') ++back;
-    EXPECT_GE(back, WithoutEmpty(before).size());
-  }
-  std::string Files() const {
-    return dictionary_.dir().Read("d.n01") + dictionary_.dir().Read("d.l01") +
-           dictionary_.dir().Read("d.ifp");
-  }
-
-  Dictionary dictionary_;
-  std::mt19937 random_;
-  int* done_ = nullptr;  // steps that the child ended
-  Model model_;
-};
-
-/// Steps of long terms, so that blocks are divided often, or of the given terms.
-std::vector<Step> MakeSteps(std::mt19937& random, const std::vector<std::string>& terms) {
-  std::vector<Step> steps;
-  for (int i = 0; i < 60; ++i) {
-    const std::string term = terms.empty()
-                                 ? std::to_string(random() % 100000) + std::string(150 + random() % 90, 'L')
-                                 : terms[random() % terms.size()];
-    steps.push_back(
-        {term, {static_cast<int>(random() % 3000), 1, 1, static_cast<int>(random() % 4)}, random() % 5 == 0});
-  }
-  return steps;
-}
-
-TEST(Terms, OfAKilledWriterAreThoseBeforeOrAfterTheChange) {
-  const std::string fixture = test::SharedData() + "/fixtures/dict/dict";
+/// Sets 1, 3 and 10 hold terms, the others are empty.
+TEST(AdditionalIndexes, AreWalkedOverTheirBorders) {
+  Dictionary dictionary;
+  dictionary.MakeIndexes(kSeparators);
+  for (const char* term : {"B", "C", "F", "G", "T", "Z"}) ASSERT_EQ(dictionary.Insert(term, {1, 2, 3, 4}), 0);
   const struct {
-    const char* why;
-    std::vector<std::string> terms;
-    std::string copyOf;
-    int rounds;
-  } cases[] = {
-      {"divided blocks", {}, "", 90}, {"chains", {"A", "B"}, "", 90}, {"special blocks", {"-"}, fixture, 40}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.why);
-    if (!c.copyOf.empty() && !std::filesystem::exists(fixture + ".ifp")) continue;
-    KilledWriter writer(c.copyOf, 23);
-    std::vector<std::string> terms = c.terms;
-    if (!c.copyOf.empty())
-      terms = {
-          std::max_element(writer.model().begin(), writer.model().end(), [](const auto& a, const auto& b) {
-            return a.second.size() < b.second.size();
-          })->first};
-    if (c.terms.size() == 2) writer.Grow(c.terms);
-    for (int round = 0; round < c.rounds && !testing::Test::HasFailure(); ++round) {
-      SCOPED_TRACE(round);
-      writer.Run(MakeSteps(writer.random(), terms), round % 2 == 1);
-      if (round % 30 == 29) {
-        EXPECT_EQ(Findings(writer.dictionary()), "");
-      }
-    }
-    EXPECT_EQ(Findings(writer.dictionary()), "");
-  }
+    const char* term;
+    const char* want;
+  } cases[] = {{"A", "-204 B"}, {"B", "0 B"},     {"BB", "-202 C"}, {"D", "-202 "},  {"EE", "-202 F"},
+               {"F", "0 F"},    {"FF", "-202 G"}, {"SS", "-202 T"}, {"X", "-202 Z"}, {"ZZ", "-203 Z"}};
+  for (const auto& c : cases) EXPECT_EQ(dictionary.Find(c.term), c.want) << c.term;
+
+  EXPECT_EQ(dictionary.Find("B"), "0 B");
+  for (const char* want : {"0 C", "0 F", "0 G", "0 T", "0 Z", "-203 "}) EXPECT_EQ(dictionary.Next(), want);
+  for (const char* want : {"0 T", "0 G", "0 F", "0 C", "0 B", "-204 "})
+    EXPECT_EQ(dictionary.Previous(), want);
+  EXPECT_EQ(dictionary.Next(), "0 C");
+  EXPECT_EQ(dictionary.ReadPostings().size(), 1U);
 }
 
-/// Any bytes give codes, and an end.
-TEST(Terms, OfDamagedFilesEndEveryWalk) {
-  std::mt19937 random(11);
-  const std::vector<std::string> terms = MakeTerms(random, 400);
-  for (int round = 0; round < 60; ++round) {
+/// The end of the terms is not that of the last set.
+TEST(AdditionalIndexes, OfWhichTheLastAreEmptyEndAndTurnBack) {
+  Dictionary dictionary;
+  dictionary.MakeIndexes(kSeparators);
+  for (const char* term : {"F", "G"}) ASSERT_EQ(dictionary.Insert(term, {1, 2, 3, 4}), 0);
+  EXPECT_EQ(dictionary.Find("F"), "0 F");
+  for (const char* want : {"0 G", "-203 ", "-203 "}) EXPECT_EQ(dictionary.Next(), want);
+  for (const char* want : {"0 F", "-204 ", "-204 "}) EXPECT_EQ(dictionary.Previous(), want);
+  EXPECT_EQ(dictionary.Next(), "0 G");
+}
+
+TEST(AdditionalIndexes, EqualTheModelEachWithItsTerms) {
+  std::mt19937 random(14);
+  const std::vector<std::string> terms = MakeTerms(random, 3000);
+  std::vector<std::string> separators;
+  for (std::size_t k = 1; k < 10; ++k) separators.push_back(terms[k * terms.size() / 10]);
+  Dictionary dictionary;
+  dictionary.MakeIndexes(separators);
+  Model model;
+  Change(dictionary, model, terms, random, 12000);
+  EXPECT_EQ(dictionary.Read(), WithoutEmpty(model));
+  EXPECT_EQ(dictionary.dir().Read("d.ifp"), "");
+
+  // Each set alone, as if it were the only one: its terms lie between its separators.
+  std::size_t count = 0;
+  for (int k = 1; k <= 10; ++k) {
+    Dictionary part([&] {
+      for (const char* extension : {".n01", ".l01", ".ifp"})
+        std::filesystem::copy_file(dictionary.path() + extension + "_" + std::to_string(k),
+                                   dictionary.dir().File("part" + std::to_string(k)) + extension);
+      return dictionary.dir().File("part" + std::to_string(k));
+    }());
+    EXPECT_EQ(Findings(part), "") << k;
+    const Model own = part.Read();
+    ASSERT_FALSE(own.empty());
+    const auto at = static_cast<std::size_t>(k);
+    EXPECT_TRUE(k == 1 || own.begin()->first > separators[at - 2]) << k;
+    EXPECT_TRUE(k == 10 || own.rbegin()->first <= separators[at - 1]) << k;
+    count += own.size();
+  }
+  EXPECT_EQ(count, WithoutEmpty(model).size());
+}
+
+TEST(AdditionalIndexes, NeedNineSeparators) {
+  for (const std::size_t lines : {0, 8, 10}) {
     Dictionary dictionary;
-    Model model;
-    Change(dictionary, model, terms, random, 1500);
-    velor_32::Velorcloseterm(dictionary.space());
-    for (const char* name : {"d.n01", "d.l01", "d.ifp"}) {
-      std::string bytes = dictionary.dir().Read(name);
-      const std::size_t size = std::min<std::size_t>(bytes.size(), 60000);
-      for (int i = 0; i < 20; ++i) bytes[random() % size] = static_cast<char>(random());
-      if (round % 30 == 29) bytes.resize(random() % bytes.size());
-      dictionary.dir().Write(name, bytes);
-    }
-    dictionary.Open();
-    char term[velor_01::kTermBufferSize] = "\x01";
-    velor_32::Velorfind0(dictionary.space(), term, true);
-    for (int i = 0; i < 5000 && velor_32::Velornxtterm(dictionary.space(), term) == 0; ++i)
-      while (velor_32::Velornxtpost(dictionary.space()) == 0) {
-      }
-    for (int i = 0; i < 300; ++i) {
-      const std::string& one = terms[random() % terms.size()];
-      velor_32::InsertTerm(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-      velor_32::DeleteTerm(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-      velor_32::VelorFindPosting(dictionary.space(), one.c_str(), {i, 1, 1, 1});
-    }
+    dictionary.MakeIndexes(std::vector<std::string>(lines, "M"));
+    EXPECT_EQ(dictionary.Insert("A", {1, 2, 3, 4}), 0);
+    EXPECT_EQ(dictionary.Find("A"), "0 A");
+    EXPECT_NE(dictionary.dir().Read("d.ifp"), "") << lines;
+    EXPECT_EQ(dictionary.dir().Read("d.ifp_1"), "") << lines;
   }
 }
 

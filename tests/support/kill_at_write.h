@@ -21,6 +21,10 @@ struct KillPoint {
 };
 inline KillPoint killPoint;
 
+/// Writes of this process that still reach the files; those behind them are lost, as if it had been killed.
+/// All of them do when negative.
+inline std::int64_t writesLeft = -1;
+
 /// Runs `work` in a child that dies at that write. True when it did, false when the work was done before.
 template <class Work>
 bool DiesAtWrite(const KillPoint& point, Work&& work) {
@@ -40,6 +44,8 @@ bool DiesAtWrite(const KillPoint& point, Work&& work) {
 extern "C" __attribute__((used)) inline ssize_t pwrite(int file, const void* bytes, std::size_t length,
                                                        off_t offset) {
   constexpr std::size_t kPageSize = 4096;
+  if (test::writesLeft == 0) return static_cast<ssize_t>(length);
+  if (test::writesLeft > 0) --test::writesLeft;
   const std::size_t toBorder = kPageSize - static_cast<std::size_t>(offset) % kPageSize;
   const bool counts = test::killPoint.writes >= 0 && (!test::killPoint.isTorn || length > toBorder);
   const bool isLast = counts && test::killPoint.writes-- == 0;
