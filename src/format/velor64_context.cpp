@@ -18,9 +18,9 @@ namespace xpft {
 
 namespace {
 
-constexpr std::size_t kBufferStep = 32000;                 // bytes
+constexpr std::size_t kBufferStep = 32000;                         // bytes
 constexpr std::ptrdiff_t kDeepestStack = std::ptrdiff_t{2} << 20;  // bytes that nested lists may use
-constexpr int kOutputTooLong = 63;                         // error codes of the run
+constexpr int kOutputTooLong = 63;                                 // error codes of the run
 constexpr int kNestedTooDeep = 64;
 
 }  // namespace

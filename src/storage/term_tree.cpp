@@ -35,7 +35,6 @@ namespace velor_32 {
 using velor_01::kKeyItemSize;
 using velor_01::kLongestTerm;
 using velor_01::kTermBlockSize;
-using velor_01::TKeyItem;
 using velor_01::TSpaceTrm;
 using velor_01::TTermBlock;
 

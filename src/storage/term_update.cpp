@@ -151,7 +151,8 @@ bool TermChange::ReadControl() {
 
 /// One read brings the head and the slots of a usual segment.
 bool TermChange::ReadSegment(std::int64_t offset, Segment* segment) const {
-  const std::size_t usual = static_cast<std::size_t>(kHeadSize + kUsualSegment * size_);
+  const auto usual =
+      static_cast<std::size_t>(kHeadSize) + std::size_t{kUsualSegment} * static_cast<std::size_t>(size_);
   segment->offset = offset;
   segment->slots.resize(usual);
   const std::int64_t got = utils::ReadSomeAt(index_->ifp, offset, segment->slots.data(), usual);
