@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "format/ast.h"
 #include "format/xpft_symbol.h"
@@ -96,7 +97,10 @@ class XpftLexer {
   Symbol symbol_ = Symbol::kNone;
   std::int64_t integer_ = 0;  // value of kInteger and kLongInteger
   long double float_ = 0;
-  std::string name_;     // kIdentifier; "&name", "@name"
+  std::string name_;  // kIdentifier; "&name", "@name"
+  /// The contents of the current literal, for a node; the next token starts empty again.
+  [[nodiscard]] std::string TakeLiteral() { return std::exchange(literal_, std::string()); }
+
   std::string literal_;  // without its delimiters
   char subfieldCode_ = 0;
 

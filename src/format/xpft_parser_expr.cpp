@@ -55,7 +55,8 @@ const NumericRelationRow* FindNumericRelation(Symbol symbol) {
 /// string_expr = string_expr_element [fragment]
 XpftParser::Text XpftParser::string_expr() {
   Text element = string_expr_element();
-  return element ? WithFragment(std::move(element)) : nullptr;
+  if (!element) return nullptr;
+  return WithFragment(std::move(element));
 }
 
 XpftParser::Text XpftParser::WithFragment(Text text) {
@@ -86,7 +87,7 @@ XpftParser::Text XpftParser::string_expr_element() {
       return cmd_ext_func();
     case Symbol::kUncondLiteral:
     case Symbol::kRawLiteral:
-      text = std::make_unique<ast::UncondLiter>(std::move(literal_), symbol_ == Symbol::kRawLiteral);
+      text = std::make_unique<ast::UncondLiter>(TakeLiteral(), symbol_ == Symbol::kRawLiteral);
       break;
     case Symbol::kEscLiteral:
       text = std::make_unique<ast::EscLiter>(literal_);

@@ -80,7 +80,7 @@ XpftParser::Command XpftParser::prefixed_field() {
 
 XpftParser::Command XpftParser::ConditionalSuffix(ast::Owned<ast::Field> field) {
   if (symbol_ != Symbol::kCondLiteral) return field;
-  auto literal = std::make_unique<ast::CondLiter>(std::move(literal_));
+  auto literal = std::make_unique<ast::CondLiter>(TakeLiteral());
   getsymbolShort();
   return std::make_unique<ast::CondCmdGroup>(std::move(field), nullptr, std::move(literal), nullptr);
 }
@@ -89,7 +89,10 @@ XpftParser::Command XpftParser::ConditionalSuffix(ast::Owned<ast::Field> field) 
 /// D and N without a suffix; something must be there.
 ast::Owned<ast::Field> XpftParser::field() {
   ast::Owned<ast::RepLiter> before = prefix();
-  if (!before) return BeginsSelection(symbol_) ? FieldBehindPrefix(nullptr) : nullptr;
+  if (!before) {
+    if (!BeginsSelection(symbol_)) return nullptr;
+    return FieldBehindPrefix(nullptr);
+  }
 
   const Mark behind = Save();  // on a comma, if the mark is used
   const bool isComma = symbol_ == Symbol::kComma;
@@ -112,7 +115,7 @@ ast::Owned<ast::Field> XpftParser::FieldBehindPrefix(ast::Owned<ast::RepLiter> p
 
 /// cond_group = conditional literal {","} {cond_command {","}} field [conditional suffix], D and N without it
 XpftParser::Command XpftParser::cond_group() {
-  auto before = std::make_unique<ast::CondLiter>(std::move(literal_));
+  auto before = std::make_unique<ast::CondLiter>(TakeLiteral());
   getsymbol();
 
   List commands;
@@ -138,7 +141,7 @@ XpftParser::Command XpftParser::cond_group() {
   ast::Owned<ast::CondLiter> after;
   const bool hasSelection = inner && inner->GetSelect() != nullptr;
   if (hasSelection && !IsDummy(inner->GetSelect()) && symbol_ == Symbol::kCondLiteral) {
-    after = std::make_unique<ast::CondLiter>(std::move(literal_));
+    after = std::make_unique<ast::CondLiter>(TakeLiteral());
     getsymbol();
   }
   return std::make_unique<ast::CondCmdGroup>(std::move(inner), std::move(before), std::move(after),
@@ -149,7 +152,7 @@ XpftParser::Command XpftParser::cond_group() {
 XpftParser::Command XpftParser::cond_command() {
   Command command;
   if (symbol_ == Symbol::kCondLiteral) {
-    command = std::make_unique<ast::CondLiter>(std::move(literal_));
+    command = std::make_unique<ast::CondLiter>(TakeLiteral());
   } else if (symbol_ == Symbol::kEscLiteral) {
     command = std::make_unique<ast::EscLiter>(literal_);
   } else {
@@ -165,7 +168,7 @@ XpftParser::Command XpftParser::cond_command() {
 /// prefix = repeatable literal ["+"], an empty literal is none
 ast::Owned<ast::RepLiter> XpftParser::prefix() {
   if (symbol_ != Symbol::kRepLiteral) return nullptr;
-  std::string text = std::move(literal_);
+  std::string text = TakeLiteral();
   getsymbol();
   const bool isPlus = symbol_ == Symbol::kPlus;
   if (isPlus) getsymbol();
@@ -179,7 +182,7 @@ ast::Owned<ast::RepLiter> XpftParser::suffix() {
   if (isPlus) getsymbol();
   if (isPlus && symbol_ != Symbol::kRepLiteral) error(syntax::kSuffix, "|..| literal expected");
   if (symbol_ != Symbol::kRepLiteral) return nullptr;
-  std::string text = std::move(literal_);
+  std::string text = TakeLiteral();
   getsymbolShort();
   if (text.empty()) return nullptr;
   return std::make_unique<ast::RepLiter>(std::move(text), isPlus);

@@ -60,9 +60,9 @@ void BuildFile::AppendLine(std::string_view line) {
     Append(line);
     return Append("\r\n");
   }
-  char* const place = buffer_.get() + used_;
-  std::memcpy(place, line.data(), line.size());
-  std::memcpy(place + line.size(), "\r\n", 2);
+  char* end = std::copy(line.begin(), line.end(), buffer_.get() + used_);
+  *end++ = '\r';
+  *end++ = '\n';
   used_ += line.size() + 2;
 }
 

@@ -272,6 +272,7 @@ pid_t MyWinExec(const char* commandLine) {
   }
   if (words.empty()) return -1;
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   const pid_t pid = ::fork();
@@ -328,6 +329,7 @@ int Multi_LoadParts(VelorAContext* ctx, const velor_01::TVelorSpace* space,
                     const std::vector<std::string>& parts) {
   return velor_32::AtEdge([&] {
     std::vector<Keys> assignments;
+    assignments.reserve(parts.size());
     for (const std::string& part : parts)
       assignments.push_back({{"LKFileName", part}, {"FTMode", space->isTextSpace ? "1" : "0"}});
     Workers workers(ctx, backup::GetDbNameEK(space), "");

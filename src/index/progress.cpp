@@ -14,17 +14,21 @@ namespace {
 constexpr const char* kTitles[] = {"Terms: ", "SplitFiles: ", "Sort: ", "LoadDict: "};
 constexpr int kDone = 100;  // percent
 
-using Clock = std::chrono::steady_clock;
+/// A clock that is never set back.
+std::int64_t Milliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
 
 /// The live line. One operation runs at a time, so that one start is enough.
 class LiveLine {
  public:
   void Show(AdmOperation::Type operation, int percent, std::int64_t done) {
-    const Clock::time_point now = Clock::now();
+    const std::int64_t now = Milliseconds();
     if (operation != operation_ || percent < percent_) start_ = now;
     operation_ = operation;
     percent_ = percent;
-    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(now - start_).count();
+    const std::int64_t elapsed = now - start_;
     std::string line = "\r" + std::string(kTitles[operation]) + std::to_string(percent) + "%";
     if (done > 0 && elapsed > 0) line += ", " + std::to_string(done * 1000 / elapsed) + " records/s";
     if (percent > 0 && percent < kDone)
@@ -37,7 +41,7 @@ class LiveLine {
  private:
   int operation_ = -1;
   int percent_ = 0;
-  Clock::time_point start_;
+  std::int64_t start_ = 0;  // in Milliseconds()
 };
 
 bool WantsLiveLine(const VelorAContext& ctx) {

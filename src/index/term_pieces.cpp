@@ -123,7 +123,9 @@ int TTerms::DevideInputFile(const std::string& directory, std::vector<std::strin
   const std::string stem = utils::PathUtil::GetFileNameWithoutExtension(path_);
   std::vector<BuildFile> files(bounds_.size() + 1);
   for (BuildFile& file : files) {
-    pieces->push_back(directory + std::to_string(pieces->size() + 1) + stem + "_.srt");
+    std::string path = directory;
+    path.append(std::to_string(pieces->size() + 1)).append(stem).append("_.srt");
+    pieces->push_back(std::move(path));
     if (!file.Create(pieces->back())) return kWriteFailed;
   }
 

@@ -24,7 +24,7 @@ using velor_32::kOk;
 
 namespace {
 
-constexpr std::size_t kBatchBytes = 256 * 1024;
+constexpr std::size_t kBatchBytes = std::size_t{256} << 10;
 
 /// One of the two files. It is written under another name until it is whole.
 class RecordingTarget {
