@@ -11,7 +11,19 @@
 namespace velora {
 namespace {
 
-constexpr const char* kTitles[] = {"Terms: ", "SplitFiles: ", "Sort: ", "LoadDict: "};
+const char* TitleOf(AdmOperation::Type operation) {
+  switch (operation) {
+    case AdmOperation::kTerms:
+      return "Terms: ";
+    case AdmOperation::kSplitFiles:
+      return "SplitFiles: ";
+    case AdmOperation::kSort:
+      return "Sort: ";
+    case AdmOperation::kLoadDict:
+      return "LoadDict: ";
+  }
+  return "";
+}
 constexpr int kDone = 100;  // percent
 
 /// A clock that is never set back.
@@ -29,7 +41,7 @@ class LiveLine {
     operation_ = operation;
     percent_ = percent;
     const std::int64_t elapsed = now - start_;
-    std::string line = "\r" + std::string(kTitles[operation]) + std::to_string(percent) + "%";
+    std::string line = "\r" + std::string(TitleOf(operation)) + std::to_string(percent) + "%";
     if (done > 0 && elapsed > 0) line += ", " + std::to_string(done * 1000 / elapsed) + " records/s";
     if (percent > 0 && percent < kDone)
       line += ", " + utils::LogUtil::FormatTime(elapsed * (kDone - percent) / percent) + " left";
@@ -61,7 +73,7 @@ void VelorReportProgress(VelorAContext* ctx, AdmOperation::Type operation, int p
   if (ctx->app->progressCallback != nullptr)
     ctx->app->progressCallback(ctx->app->progressArg, percent, kDone);
   else
-    std::cout << kTitles[operation] << percent << std::endl;
+    std::cout << TitleOf(operation) << percent << std::endl;
 }
 
 void ReportBuildError(const std::string& message) {
