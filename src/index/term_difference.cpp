@@ -17,8 +17,6 @@ using velor_01::TVelorSpace;
 
 namespace {
 
-constexpr int kBehindLastTerm = -203;
-
 /// A list of terms with the postings that it points to.
 class Terms {
  public:
@@ -109,7 +107,7 @@ int DeleteLostTerms(TVelorSpace* space, const TStringList& newTerms, const TStri
   ForEachRun(terms, all.GetCount(), [&](int i, const Balance& balance) {
     if (balance.isInNew) return;
     const int rc = velor_32::DeleteTerm(space, terms.Text(i), terms.Posting(i));
-    if (rc != kBehindLastTerm) Note(rc, &result);  // it is not there: nothing is lost
+    if (rc != velor_32::kBehindLastTerm) Note(rc, &result);  // it is not there: nothing is lost
   });
   return result;
 }

@@ -19,9 +19,6 @@ using velor_01::TTermBlock;
 
 namespace {
 
-constexpr int kTermNotFound = -202;
-constexpr int kBehindLastTerm = -203;
-constexpr int kBelowFirstTerm = -204;
 constexpr int kDeepestTree = 32;  // levels; a deeper one is a loop
 
 void CopyTerm(std::string_view key, char* term) {

@@ -27,9 +27,6 @@ using velor_01::TTermBlock;
 
 namespace {
 
-constexpr int kTermNotFound = -202;
-constexpr int kBehindLastTerm = -203;
-constexpr int kBelowFirstTerm = -204;
 constexpr int kHeadSize = sizeof(TifpHeader);
 constexpr std::int32_t kMostPostings = std::numeric_limits<std::int32_t>::max();  // of a term
 constexpr int kUsualSegment = 256;  // postings that one read brings along; a larger segment is divided
@@ -56,6 +53,13 @@ struct Segment {
   std::vector<char> slots;  // used * posting size bytes
 
   [[nodiscard]] bool IsLast() const { return head.nextHigh == velor_01::kLastSegment; }
+};
+
+/// A place in a chain of segments.
+struct ChainPlace {
+  Segment* segment = nullptr;
+  int slot = 0;  // from 0
+  bool isFound = false;
 };
 
 /// One change of one term.
@@ -93,6 +97,7 @@ class TermChange {
   int RaiseRoot(const std::string& key, std::int32_t child);
   [[nodiscard]] std::int32_t NextBlockNumber(bool isLeaf) const;
   [[nodiscard]] bool CountBlock(bool isLeaf, std::int32_t number);
+  int FindInChain(Segment* first, Segment* other, const TifpItemPosting& posting, ChainPlace* place);
   int InsertInChain(Segment* first, const TifpItemPosting& posting);
   int InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting);
   int MoveSegment(Segment* segment, int place, const TifpItemPosting& posting);
@@ -430,25 +435,29 @@ int TermChange::TryInsert(const TifpItemPosting& posting) {
   return SaveSegment(first, 1, 0) && WriteSegment(first, 1) ? kOk : kNoInvertedFile;
 }
 
-/// The first segment that does not end below the posting takes it, or else the last one.
-int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
-  Segment other;
-  Segment* segment = first;
-  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
-    bool found = false;
-    const int place = FindSlot(*segment, posting, &found);
-    if (place < 0) return kNoInvertedFile;
-    if (found) {
-      if (segment != first) SettleTotal(first->offset);
-      return kOk;
-    }
-    if (place < segment->head.used || segment->IsLast())
-      return InsertInSegment(first, segment, place, posting);
-    const std::int64_t next = NextOf(segment->head);
-    segment = &other;
-    if (!ReadSegment(next, segment)) return kNoInvertedFile;
+/// The first segment of a chain that does not end below the posting, or else the last one, and the slot at
+/// which the posting is or belongs. `other` lends its room to the segments behind the first.
+int TermChange::FindInChain(Segment* first, Segment* other, const TifpItemPosting& posting,
+                            ChainPlace* place) {
+  place->segment = first;
+  for (velor_01::CircleGuard chain; chain.Passes(place->segment->offset);) {
+    place->slot = FindSlot(*place->segment, posting, &place->isFound);
+    if (place->slot < 0) return kNoInvertedFile;
+    if (place->isFound || place->slot < place->segment->head.used || place->segment->IsLast()) return kOk;
+    const std::int64_t next = NextOf(place->segment->head);
+    place->segment = other;
+    if (!ReadSegment(next, other)) return kNoInvertedFile;
   }
   return kNoInvertedFile;
+}
+
+int TermChange::InsertInChain(Segment* first, const TifpItemPosting& posting) {
+  Segment other;
+  ChainPlace place;
+  if (int rc = FindInChain(first, &other, posting, &place); rc != kOk) return rc;
+  if (!place.isFound) return InsertInSegment(first, place.segment, place.slot, posting);
+  if (place.segment != first) SettleTotal(first->offset);
+  return kOk;
 }
 
 int TermChange::InsertInSegment(Segment* first, Segment* segment, int place, const TifpItemPosting& posting) {
@@ -616,21 +625,11 @@ int TermChange::TryDelete(const TifpItemPosting& posting) {
 
 int TermChange::DeleteInChain(Segment* first, const TifpItemPosting& posting) {
   Segment other;
-  Segment* segment = first;
-  for (velor_01::CircleGuard chain; chain.Passes(segment->offset);) {
-    bool found = false;
-    const int place = FindSlot(*segment, posting, &found);
-    if (place < 0) return kNoInvertedFile;
-    if (found) return RemoveFrom(segment, place, segment == first ? 0 : first->offset);
-    if (place < segment->head.used || segment->IsLast()) {
-      if (segment != first) SettleTotal(first->offset);
-      return kOk;
-    }
-    const std::int64_t next = NextOf(segment->head);
-    segment = &other;
-    if (!ReadSegment(next, segment)) return kNoInvertedFile;
-  }
-  return kNoInvertedFile;
+  ChainPlace place;
+  if (int rc = FindInChain(first, &other, posting, &place); rc != kOk) return rc;
+  if (place.isFound) return RemoveFrom(place.segment, place.slot, place.segment == first ? 0 : first->offset);
+  if (place.segment != first) SettleTotal(first->offset);
+  return kOk;
 }
 
 int TermChange::DeleteUnderSpecial(const TifpHeader& head, std::int64_t headOffset,

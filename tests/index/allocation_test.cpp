@@ -3,25 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "index/rec_terms.h"
 #include "storage/fields.h"
+#include "support/allocation_count.h"
 #include "support/index_space.h"
 
-#if !defined(__SANITIZE_ADDRESS__)
-
-namespace {
-thread_local long allocationCount = 0;
-}
-
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* malloc(std::size_t size) {
-  ++allocationCount;
-  return __libc_malloc(size);
-}
-}
+#ifdef VELORA_COUNTS_ALLOCATIONS
 
 namespace {
 
@@ -42,9 +29,9 @@ TEST(Allocation, TermsTakeNone) {
 
   CountingSink sink;
   ASSERT_EQ(recif::EmitRecTerms(space.space(), 0, nullptr, sink), 0);  // the buffers are made
-  const long before = allocationCount;
+  const long before = test::allocationCount;
   ASSERT_EQ(recif::EmitRecTerms(space.space(), 0, nullptr, sink), 0);
-  EXPECT_LT(allocationCount - before, 10);
+  EXPECT_LT(test::allocationCount - before, 10);
   EXPECT_EQ(sink.terms, 2 * (2 * kWords + kWords / 2));
 }
 

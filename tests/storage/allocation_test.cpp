@@ -3,25 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "storage/record_read.h"
+#include "support/allocation_count.h"
 #include "support/open_space.h"
 #include "support/temp_dir.h"
 
-#if !defined(__SANITIZE_ADDRESS__)
-
-namespace {
-thread_local long allocationCount = 0;
-}
-
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* malloc(std::size_t size) {
-  ++allocationCount;
-  return __libc_malloc(size);
-}
-}
+#ifdef VELORA_COUNTS_ALLOCATIONS
 
 namespace {
 
@@ -33,12 +20,12 @@ TEST(Allocation, ReadingARecordTakesNone) {
   base.WriteTo(dir.File("db"));
   const test::ContextPointer context = test::MakeContext();
   const velor_32::SpacePointer space = test::OpenSpace(context.get(), dir.File("db"));
-  const long before = allocationCount;
+  const long before = test::allocationCount;
   for (int round = 0; round < 10; ++round)
     for (int mfn = 1; mfn <= 50; ++mfn) ASSERT_EQ(velor_32::VelorRecord(space.get(), 0, mfn), 0);
-  EXPECT_EQ(allocationCount, before);
+  EXPECT_EQ(test::allocationCount, before);
   const std::unique_ptr<int> one = std::make_unique<int>(1);
-  EXPECT_GT(allocationCount, before) << "the count works";
+  EXPECT_GT(test::allocationCount, before) << "the count works";
 }
 
 }  // namespace
