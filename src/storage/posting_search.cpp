@@ -26,11 +26,6 @@ bool ReadSlot(const TSpaceTrm& index, std::int64_t offset, int place, int size, 
                        static_cast<std::size_t>(size));
 }
 
-std::int64_t NextOf(const TifpHeader& head) {
-  return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
-                           static_cast<std::uint32_t>(head.nextHigh));
-}
-
 /// Walks a chain from its first segment: 1 found, 0 not.
 int FindInChain(TVelorSpace* space, std::int64_t offset, const TifpItemPosting& posting) {
   TSpaceTrm* index = CurrentIndex(space);
@@ -42,7 +37,7 @@ int FindInChain(TVelorSpace* space, std::int64_t offset, const TifpItemPosting& 
     if (rc < kBehindSegment) return rc;
     if (found) return 1;
     if (head.nextHigh == velor_01::kLastSegment) return 0;
-    offset = NextOf(head);
+    offset = NextSegment(head);
   }
   return kNoInvertedFile;
 }
@@ -59,7 +54,7 @@ int FindFromSegment(TVelorSpace* space, std::int64_t* offset, const TifpItemPost
       return place;
     char slot[velor_01::PostingSize(true)];
     TifpItemPosting first;
-    const std::int64_t next = NextOf(head);
+    const std::int64_t next = NextSegment(head);
     if (!ReadSegmentHead(index.ifp, next, &head) || head.used < 1 ||
         !ReadSlot(index, next, 0, velor_01::PostingSize(space->isFullText), slot) ||
         !DecodePosting(slot, space->isFullText, &first) || backup::ComparePostings(first, posting) > 0)

@@ -7,6 +7,7 @@
 
 #include "storage/term_format.h"
 #include "storage/velor_space.h"
+#include "utils/file_layer.h"
 #include "utils/int_list.h"
 
 /// The files of the inverted file, opened and closed, and their structures read and written. A database has
@@ -91,6 +92,12 @@ int VelorGetTermInvIndex(TVelorSpace* space, std::string_view term);
 /// Reads or writes the head of a segment.
 [[nodiscard]] bool ReadSegmentHead(int file, std::int64_t offset, velor_01::TifpHeader* head);
 [[nodiscard]] bool WriteSegmentHead(int file, std::int64_t offset, const velor_01::TifpHeader& head);
+
+/// Where the next segment of the chain lies.
+[[nodiscard]] inline std::int64_t NextSegment(const velor_01::TifpHeader& head) {
+  return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
+                           static_cast<std::uint32_t>(head.nextHigh));
+}
 
 /// Converts one posting from its file form, and back. False for a posting that cannot be.
 [[nodiscard]] bool DecodePosting(const char* from, bool isFullText, velor_01::TifpItemPosting* posting);

@@ -250,11 +250,6 @@ int StepFrom(TVelorSpace* space, char* term, Step step) {
 
 // ---- postings ----
 
-std::int64_t NextSegment(const TifpHeader& head) {
-  return backup::MakeInt64(static_cast<std::uint32_t>(head.nextLow),
-                           static_cast<std::uint32_t>(head.nextHigh));
-}
-
 bool IsLastSegment(const TifpHeader& head) {
   return head.nextHigh == velor_01::kLastSegment;
 }
