@@ -102,7 +102,7 @@ class TermChange {
   TermJournal journal_;
 };
 
-TermJournal::Range BlockRange(TermJournal::File file, std::int32_t number) {
+inline TermJournal::Range BlockRange(TermJournal::File file, std::int32_t number) {
   return {file, (std::int64_t{number} - 1) * velor_01::kTermBlockSize, velor_01::kTermBlockSize};
 }
 
