@@ -70,16 +70,18 @@ class Build {
   int SortTerms() {
     if (result_ != kOk) return result_;
     TellSides();
-    return OnPresentFiles("Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); });
+    return UnderLock("Sorting terms", [this] {
+      return OnPresentFiles("Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); });
+    });
   }
 
   int LoadDict() {
     if (result_ != kOk) return result_;
     TellSides();
-    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
-    if (lock.result() != kOk) return Report("Loading dictionary", lock.result());
-    return OnPresentFiles("Lk1", ".lk1", "Loading dictionary",
-                          [this](const Side& side) { return Load(side); });
+    return UnderLock("Loading dictionary", [this] {
+      return OnPresentFiles("Lk1", ".lk1", "Loading dictionary",
+                            [this](const Side& side) { return Load(side); });
+    });
   }
 
  private:
@@ -131,6 +133,13 @@ class Build {
   int Load(const Side& side) {
     Tell(std::string("Loading dictionary") + side.title);
     return velora::LoadDictionary(settings_.get(), side.space, side.space->termPath, true, false);
+  }
+
+  /// Runs a stage while no other one works on the files of the build.
+  template <class Stage>
+  int UnderLock(const std::string& subject, Stage&& stage) {
+    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
+    return lock.result() == kOk ? stage() : Report(subject, lock.result());
   }
 
   /// Runs a stage on each side whose input is there.
