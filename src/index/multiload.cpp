@@ -247,7 +247,7 @@ int SortPiece(VelorAContext* ctx, const velor_01::TVelorSpace* space, const Assi
 int CarryOut(VelorAContext* ctx, velor_01::TVelorSpace* space, const Assignment& told) {
   velor_01::TVelorSpace* const side = told.isFullText ? space->textSpace : space;
   if (side == nullptr) return velor_32::kNoSpace;
-  ctx->reportProgress = false;  // the parent reports
+  ctx->worker = told.number;
   switch (told.mode) {
     case kSortMode:
       return SortPiece(ctx, side, told);

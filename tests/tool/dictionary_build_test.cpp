@@ -1,5 +1,6 @@
 // Bulk builds as whole runs of the program: workers, stops and kills at any moment.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -151,6 +153,37 @@ TEST(DictionaryBuild, TellsThatAWorkerDoesNotStart) {
   catalog.Configure("MULTILOAD=2\n[MULTILOAD]\nCMDLINE=" + catalog.File("none") + "\n");
   EXPECT_NE(catalog.Run({"terms", "-d", "blank"}).out.find("result -1\nError -1\n"), std::string::npos);
   EXPECT_NE(catalog.Log().find("process failed to start"), std::string::npos);
+}
+
+/// Number of the places where a text has a part.
+int CountOf(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
+  return count;
+}
+
+// The percentages of all are printed; the live line on the terminal is that of one worker.
+TEST(DictionaryBuild, ReportsTheProgressOfItsWorkers) {
+  const Catalog catalog(10);
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+  ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+  std::filesystem::remove(catalog.File(".stderr"));
+  std::filesystem::create_symlink(::ptsname(terminal), catalog.File(".stderr"));
+  const int keptOpen = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY);  // so that nothing written is lost
+  catalog.Configure("MULTILOAD=2\nREPORT_PROGRESS=1\n");
+  ProgramDir::Wait(catalog.Start({"terms", "-d", "blank"}));
+  char shown[4096];
+  const ssize_t size = ::read(terminal, shown, sizeof shown);
+  ASSERT_GT(size, 0);
+  ::close(keptOpen);
+  ::close(terminal);
+  const std::string live(shown, static_cast<std::size_t>(size));
+  EXPECT_EQ(CountOf(live, "\rTerms: 20%"), 1) << live;
+  EXPECT_EQ(CountOf(live, "\rTerms: 100%"), 1) << live;
+  const std::string out = catalog.Read(".stdout");
+  for (const char* line : {"Terms: 20\n", "Terms: 40\n", "Terms: 80\n"})
+    EXPECT_EQ(CountOf(out, line), 2) << line;
+  EXPECT_EQ(CountOf(out, "Terms: 100\n"), 3);
 }
 
 // A cluster starts the workers by a command of its own.
