@@ -221,6 +221,13 @@ TEST(DictLoad, RefusesDamagedFilesAndKeepsTheDictionary) {
   EXPECT_EQ(velor_32::VelorIsDBLocked(base.space()), 0);
 }
 
+TEST(TermLine, HasASignInAFullTextDatabaseOnly) {
+  std::string lines;
+  for (const int numbers : {velora::kCatalogNumbers, velora::kFullTextNumbers})
+    velora::AppendTermLine({1, -5, 2, 3}, numbers, "A", &lines);
+  EXPECT_EQ(lines, "1 4294967291 2 3 A\r\n1 -5 2 3 0 0 0 0 A\r\n");
+}
+
 // Boxes of picture words are negative numbers: their digits ascend in the file, their values fall.
 TEST(DictLoad, PutsNegativeNumbersInTheirPlace) {
   Base base(true);
