@@ -181,15 +181,6 @@ class Unpacking {
   int firstStep_;
 };
 
-/// Number of the step that an operand refers to, if it is a reference.
-std::optional<int> ReferredStep(std::string_view operand) {
-  if (!operand.starts_with('#')) return std::nullopt;
-  int step = 0;
-  const auto [end, error] = std::from_chars(operand.data() + 1, operand.data() + operand.size(), step);
-  const bool isWhole = error == std::errc() && end == operand.data() + operand.size();
-  return isWhole ? std::optional(step) : std::nullopt;
-}
-
 /// A term without qualification, quotes, and the marks of truncation and word forms.
 std::string_view BareTerm(std::string_view operand) {
   if (operand.starts_with('"')) {
@@ -274,6 +265,14 @@ int AddOp(std::string text, std::string op, int firstStep, TStringList* operator
   return steps->GetCount() + firstStep - 1;
 }
 
+int ReferredStep(std::string_view operand) {
+  if (!IsReference(operand)) return 0;
+  int step = 0;
+  const char* const end = operand.data() + operand.size();
+  const auto [behind, error] = std::from_chars(operand.data() + 1, end, step);
+  return error == std::errc() && behind == end ? std::max(step, 0) : 0;
+}
+
 void UnpackSearchExpression(std::string expression, TStringList* steps, int firstStep) {
   steps->Clear();
   std::ranges::replace_if(
@@ -293,15 +292,14 @@ void ConvertToFullText(TStringList* words, std::string expression, std::string& 
   for (int i = steps.GetCount() - 1; i >= 0; --i) {
     if (!isWanted[i]) continue;
     for (const std::string& operand : WantedOperands(steps, i))
-      if (const auto step = ReferredStep(operand); step && *step >= 1 && *step <= i)
-        isWanted[*step - 1] = true;
+      if (const int step = ReferredStep(operand); step >= 1 && step <= i) isWanted[step - 1] = true;
   }
 
   WordList list(words, prefix, text);
   for (int i = 0; i < steps.GetCount(); ++i) {
     if (!isWanted[i]) continue;
     for (const std::string& operand : WantedOperands(steps, i))
-      if (!operand.starts_with('#')) list.Add(operand);
+      if (!IsReference(operand)) list.Add(operand);
   }
 }
 

@@ -48,35 +48,14 @@ enum Operator : int {
 constexpr int kLongestDistance = 10;
 
 /// Spellings of the operators by code. The rows without one keep the point operators at their index.
-constexpr std::array<std::string_view, 29> kOperators = {"+",
-                                                         "*",
-                                                         "^",
-                                                         "(G)",
-                                                         "(F)",
-                                                         "",
-                                                         "",
-                                                         "",
-                                                         "",  //
-                                                         " . ",
-                                                         " .. ",
-                                                         " ... ",
-                                                         " .... ",
-                                                         " ..... ",
-                                                         " ...... ",
-                                                         " ....... ",
-                                                         " ........ ",
-                                                         " ......... ",
-                                                         " .......... ",
-                                                         " $ ",
-                                                         " $$ ",
-                                                         " $$$ ",
-                                                         " $$$$ ",
-                                                         " $$$$$ ",
-                                                         " $$$$$$ ",
-                                                         " $$$$$$$ ",
-                                                         " $$$$$$$$ ",
-                                                         " $$$$$$$$$ ",
-                                                         " $$$$$$$$$$ "};
+constexpr std::array<std::string_view, 29> kOperators = {
+    "+",        "*",         "^",          "(G)",         "(F)",
+    "",         "",          "",
+    "",  //
+    " . ",      " .. ",      " ... ",      " .... ",      " ..... ",
+    " ...... ", " ....... ", " ........ ", " ......... ", " .......... ",
+    " $ ",      " $$ ",      " $$$ ",      " $$$$ ",      " $$$$$ ",
+    " $$$$$$ ", " $$$$$$$ ", " $$$$$$$$ ", " $$$$$$$$$ ", " $$$$$$$$$$ "};
 
 /// Spelling that ToTerms takes for "there is no second one".
 constexpr std::string_view kNoSpelling = "???";
@@ -99,8 +78,17 @@ void ToTerms(velor_01::TStringList* operators, velor_01::TStringList* operands, 
 int AddOp(std::string text, std::string op, int firstStep, velor_01::TStringList* operators,
           velor_01::TStringList* steps);
 
+/// True for an operand that stands for the result of a step.
+[[nodiscard]] inline bool IsReference(std::string_view operand) {
+  return operand.starts_with('#');
+}
+
+/// The number of the step that an operand refers to; 0 when it is no number from 1 on, or no reference.
+[[nodiscard]] int ReferredStep(std::string_view operand);
+
 /// The words that a ranked search for the expression looks for.
-///   words   receives them in their order, each once, without prefix, quotes, qualification and marks. What
+///   words   receives them in the order of the steps, each once, without prefix, quotes, qualification and
+///   marks. What
 ///           is subtracted in the expression is no word of it, nor is a range
 ///   prefix  receives what the first term has up to its "=", that included; "" without one
 ///   text    receives the words with blanks between them
