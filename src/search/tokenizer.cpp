@@ -130,7 +130,7 @@ class Unpacking {
   /// Adds the steps of a group; gives the reference to the last, "" for a group without operands.
   std::string AddGroup(std::string_view text) {
     const int before = steps_->GetCount();
-    const std::string operand = Expand(text, 0);
+    std::string operand = Expand(text, 0);
     if (operand.empty() || steps_->GetCount() > before) return operand;
     return Reference(Add(operand, std::string(kOperators[kOr])));
   }
@@ -227,8 +227,8 @@ std::vector<std::string> WantedOperands(const TStringList& steps, int i) {
 
 }  // namespace
 
-void ToTerms(TStringList* operators, TStringList* operands, std::string text, std::string opA,
-             std::string opB, int count) {
+void ToTerms(TStringList* operators, TStringList* operands, const std::string& text, const std::string& opA,
+             const std::string& opB, int count) {
   const Spelling first(opA, count);
   const Spelling second(opB, count);
   const std::string_view all = text;
@@ -258,7 +258,8 @@ void ToTerms(TStringList* operators, TStringList* operands, std::string text, st
   addPiece(all.size());
 }
 
-int AddOp(std::string text, std::string op, int firstStep, TStringList* operators, TStringList* steps) {
+int AddOp(const std::string& text, std::string op, int firstStep, TStringList* operators,
+          TStringList* steps) {
   if (op == "[F]") op = kOperators[kSameOccurrence];
   if (op == "[G]") op = kOperators[kSameField];
   steps->AddObject(text, operators->IndexOf(op));

@@ -70,12 +70,12 @@ void UnpackSearchExpression(std::string expression, velor_01::TStringList* steps
 ///   opA, opB   spellings; kNoSpelling for opB when there is one only. A spelling between blanks stands for
 ///              its longer forms, too
 ///   count      longest form, as the number of signs between the blanks
-void ToTerms(velor_01::TStringList* operators, velor_01::TStringList* operands, std::string text,
-             std::string opA, std::string opB, int count);
+void ToTerms(velor_01::TStringList* operators, velor_01::TStringList* operands, const std::string& text,
+             const std::string& opA, const std::string& opB, int count);
 
 /// Adds a step with operands `text`, CR LF between them, joined by `op`, a spelling in `operators`. "[F]" and
 /// "[G]" stand for "(F)" and "(G)". Result: the number of the step, where `firstStep` is that of the first.
-int AddOp(std::string text, std::string op, int firstStep, velor_01::TStringList* operators,
+int AddOp(const std::string& text, std::string op, int firstStep, velor_01::TStringList* operators,
           velor_01::TStringList* steps);
 
 /// True for an operand that stands for the result of a step.
