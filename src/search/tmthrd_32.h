@@ -67,19 +67,13 @@ int TrmPostProc_RangeNew(TVelorSpace* space, const std::string& db, const std::s
 [[nodiscard]] int CountPostings(TVelorSpace* space, const std::string& term, bool useNew);
 
 /// Collects the postings of one operand as quadruples (record, tag, occurrence, position), one behind the
-/// other, ascending, none twice. A term that ends in "@" is expanded.
+/// other, ascending, none twice; record, tag and occurrence are above 0. A term that ends in "@" is expanded.
 ///   mfnBits  the records that count; null for all
 ///   tagBits, occBits  the tags and occurrences that count; null for all
 ///   out      the quadruples are put among those that are there
 /// Result as above.
 int TrmPostCash(TVelorSpace* space, const std::string& term, const TBitList* mfnBits, const TBitList* tagBits,
                 const TBitList* occBits, TIntList* out);
-
-/// Puts the quadruple in its place in an ascending list unless it is there.
-void AddQuadruple(TIntList* list, int mfn, int tag, int occ, int pos);
-
-/// The current posting of the space as a quadruple, added by AddQuadruple.
-void AddPostToCashnew(const TVelorSpace* space, TIntList* list);
 
 /// Sets bits from ascending quadruples:
 ///   mfn 0                   of all records
