@@ -48,7 +48,7 @@ class FormList {
 std::string PrefixOf(TVelorSpace* space, std::string_view term) {
   const std::size_t sign = term.find('=');
   if (sign == std::string_view::npos) return space->app->morphPrefix;
-  const std::string prefix(term.substr(0, sign + 1));
+  std::string prefix(term.substr(0, sign + 1));
   if (space->app->morphPrefix.empty()) InitMorphPrefix(space, prefix);
   return prefix;
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr std::int32_t kNoRecord = 0;
 constexpr std::int32_t kGrowth = 8192;  // bits that a list of records gets beyond those it needs
 
-std::int32_t Word(const char* posting, int i) {
+std::int32_t Word(const char* posting, std::size_t i) {
   return static_cast<std::int32_t>(utils::LoadBe32(posting + 4 * i));
 }
 

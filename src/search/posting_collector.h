@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <tuple>
 #include <vector>
 
 #include "search/tmthrd_32.h"
@@ -15,7 +17,10 @@ struct Quadruple {
   std::int32_t occ = 0;
   std::int32_t pos = 0;
 
-  friend auto operator<=>(const Quadruple&, const Quadruple&) = default;
+  friend bool operator==(const Quadruple&, const Quadruple&) = default;
+  friend bool operator<(const Quadruple& a, const Quadruple& b) {
+    return std::tie(a.mfn, a.tag, a.occ, a.pos) < std::tie(b.mfn, b.tag, b.occ, b.pos);
+  }
 };
 
 /// What a walk over postings wants, and where it puts it. Pointers that are null are not wanted.

@@ -30,6 +30,14 @@ bool IsWordOfForms(const TVelorSpace* space, const Operand& operand, bool useNew
   return useNew && operand.isExact() && operand.term.ends_with('@') && HasMorphology(space);
 }
 
+/// Reads the postings of a term that has been looked for.
+void ReadFound(TVelorSpace* space, const FoundOperand& found, PostingCollector& collector) {
+  if (found.count < 1) return;
+  space->termIndex = found.termIndex;
+  velor_32::PostingBlocks blocks(space);
+  if (blocks.StartAt(found.offset) > 0) collector.TakeTerm(blocks);
+}
+
 /// Reads an operand, with all its forms, into the collector.
 void ReadOperand(TVelorSpace* space, const std::string& db, Operand operand, bool useNew,
                  PostingCollector& collector) {
@@ -42,14 +50,20 @@ void ReadOperand(TVelorSpace* space, const std::string& db, Operand operand, boo
   for (const velor_01::TStringItem& form : forms.Items()) walk.Run(ParseOperand(form.text));
 }
 
-int Read(TVelorSpace* space, const std::string& db, const std::string& term, bool useNew, Wanted wanted) {
+/// Reads an operand: through the term cache when `db` is named, from where it was found when that is told.
+int Read(TVelorSpace* space, const std::string& db, const std::string& term, bool useNew, Wanted wanted,
+         const FoundOperand* found = nullptr) {
   if (!space) return -1;
   if (space->app && !Tmthrd_32_init(space->app)) return velor_32::kNoMemory;
   return velor_32::AtEdge([&] {
     Operand operand = ParseOperand(term);
     wanted.tags = operand.tags;
     PostingCollector collector(space, std::move(wanted));
-    ReadOperand(space, db, std::move(operand), useNew, collector);
+    if (found && found->count >= 0) {
+      ReadFound(space, *found, collector);
+    } else {
+      ReadOperand(space, db, std::move(operand), useNew, collector);
+    }
     collector.Finish();
     return velor_32::kOk;
   });
@@ -65,7 +79,7 @@ std::span<const Quadruple> Quadruples(const TIntList* list) {
 bool MergeInto(TIntList* list, std::vector<Quadruple>& places) {
   const auto there = Quadruples(list);
   places.insert(places.end(), there.begin(), there.end());
-  if (!std::ranges::is_sorted(places)) std::ranges::sort(places);
+  if (!std::is_sorted(places.begin(), places.end())) std::sort(places.begin(), places.end());
   places.erase(std::unique(places.begin(), places.end()), places.end());
   list->Clear();
   if (!list->Reserve(static_cast<int>(places.size()) * kQuadruple)) return false;
@@ -102,7 +116,7 @@ bool Tmthrd_32_init(app::VelorAppContext* app) {
 
 int TrmPostProc_Range(TVelorSpace* space, const std::string& db, const std::string& term, int /*op*/,
                       TBitList* mfnBits, TBitList* tagBits, TBitList* occBits, int mfnLimit, int tagLimit,
-                      int occLimit, bool useNew, const TBitList* candidates) {
+                      int occLimit, bool useNew, const TBitList* candidates, const FoundOperand* found) {
   Wanted wanted;
   wanted.mfnBits = mfnBits;
   wanted.tagBits = tagBits;
@@ -112,7 +126,8 @@ int TrmPostProc_Range(TVelorSpace* space, const std::string& db, const std::stri
   wanted.occLimit = occLimit;
   wanted.candidates = candidates;
   const bool isLimited = mfnLimit >= 0 || tagLimit >= 0 || occLimit >= 0 || candidates != nullptr;
-  return Read(space, isLimited ? std::string() : db, term, useNew, std::move(wanted));
+  if (isLimited || !UsesTermCache(space)) return Read(space, {}, term, useNew, std::move(wanted), found);
+  return Read(space, db, term, useNew, std::move(wanted));
 }
 
 int TrmPostProc_RangeNew(TVelorSpace* space, const std::string& db, const std::string& term, int op,
@@ -122,18 +137,23 @@ int TrmPostProc_RangeNew(TVelorSpace* space, const std::string& db, const std::s
                            candidates);
 }
 
-int CountPostings(TVelorSpace* space, const std::string& term, bool useNew) {
-  if (!space) return -1;
-  return velor_32::AtEdge([&] {
+FoundOperand FindOperand(TVelorSpace* space, const std::string& term, bool useNew) {
+  FoundOperand found;
+  if (!space) return found;
+  static_cast<void>(velor_32::AtEdge([&] {
     const Operand operand = ParseOperand(term);
-    if (!operand.isExact() || IsWordOfForms(space, operand, useNew)) return -1;
-    if (operand.term.empty()) return 0;
+    if (!operand.isExact() || IsWordOfForms(space, operand, useNew)) return velor_32::kOk;
+    found.count = 0;
+    if (operand.term.empty()) return velor_32::kOk;
     char termBuffer[velor_01::kTermBufferSize] = {};
     operand.term.copy(termBuffer, velor_01::kLongestTerm);
-    const int rc = isisfindNew(space, termBuffer, operand.term, {}, true);
-    if (rc == velor_32::kNoInvertedFile) return -1;
-    return rc == velor_32::kOk ? velor_32::Velornposts(space) : 0;
-  });
+    if (isisfindNew(space, termBuffer, operand.term, {}, true) != velor_32::kOk) return velor_32::kOk;
+    found.count = velor_32::Velornposts(space);
+    found.termIndex = space->termIndex;
+    if (found.count > 0) found.offset = velor_32::CurrentTermOffset(*velor_32::CurrentIndex(space));
+    return velor_32::kOk;
+  }));
+  return found;
 }
 
 int TrmPostCash(TVelorSpace* space, const std::string& term, const TBitList* mfnBits, const TBitList* tagBits,
@@ -153,7 +173,7 @@ void TrmPostCashProc(const TIntList* posts, TBitList* out, int limit, int mfn, i
   if (limit == 0) return;
   const auto all = Quadruples(posts);
   const auto isWanted = [limit](int number) { return number > 0 && (limit < 0 || number <= limit); };
-  auto at = std::ranges::lower_bound(all, Quadruple{mfn, tag, occ, 0});
+  auto at = std::lower_bound(all.begin(), all.end(), Quadruple{mfn, tag, occ, 0});
   for (; at != all.end(); ++at) {
     if (mfn == 0) {
       if (limit > 0 && at->mfn > limit) return;

@@ -43,18 +43,23 @@ std::int64_t PostingBlocks::EntryOffset(std::size_t i) const {
 }
 
 int PostingBlocks::Start() {
+  const velor_01::TSpaceTrm* const index = CurrentIndex(space_);
+  const bool hasPostings = index && index->postCount > 0;
+  return StartAt(hasPostings ? CurrentTermOffset(*index) : 0);
+}
+
+int PostingBlocks::StartAt(std::int64_t offset) {
   next_ = 0;
   entryCount_ = entry_ = 0;
   chain_ = {};
   std::memset(first_, 0, sizeof first_);
   index_ = CurrentIndex(space_);
-  if (!index_ || index_->postCount < 1) return 0;
+  if (!index_ || offset < 1) return 0;
   postingSize_ = static_cast<std::size_t>(velor_01::PostingSize(space_->isFullText));
   entrySize_ = static_cast<std::size_t>(velor_01::SpecialSize(space_->isFullText));
   index_->ifpMap.Follow(index_->ifp);
 
   TifpHeader head;
-  const std::int64_t offset = CurrentTermOffset(*index_);
   if (!ReadHead(offset, &head) || head.total < 1) return 0;
   next_ = offset;
   if (head.nextHigh != velor_01::kSpecialMark) return head.total;

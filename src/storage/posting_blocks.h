@@ -21,6 +21,9 @@ class PostingBlocks {
   /// Result: postings of the term as its first head tells; 0 for none, also where they are damaged.
   int Start();
 
+  /// The same for a term whose offset an earlier search gave (CurrentTermOffset).
+  int StartAt(std::int64_t offset);
+
   /// Bytes of the next segment that has postings, a whole number of them; empty behind the last one and where
   /// the chain is damaged. Segments that only have records below `mfn` are passed over, where that can be
   /// told. The bytes are good until the next call; a writer may be changing them.

@@ -33,7 +33,7 @@ void ReplaceLostPage(int /*signal*/, siginfo_t* info, void* /*context*/) {
     const std::uintptr_t begin = range.begin;
     if (begin <= kTaken || address < begin || address >= range.end) continue;
     range.wasCut = true;
-    void* const page = reinterpret_cast<void*>(address & ~(pageSize - 1));
+    char* const page = static_cast<char*>(info->si_addr) - (address & (pageSize - 1));
     if (::mmap(page, pageSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED)
       return;
   }

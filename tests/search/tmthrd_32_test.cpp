@@ -115,13 +115,29 @@ TEST_F(TermsTest, FindsTheTermsOfAnOperand) {
 
 TEST_F(TermsTest, CountsPostings) {
   Fill(2);
-  EXPECT_EQ(Tmthrd_32::CountPostings(space(), "\"ABC\"/(200)", true), static_cast<int>(model["ABC"].size()));
-  EXPECT_EQ(Tmthrd_32::CountPostings(space(), "NONE", true), 0);
-  EXPECT_EQ(Tmthrd_32::CountPostings(space(), "ABC$", true), -1);
-  EXPECT_EQ(Tmthrd_32::CountPostings(space(), "A[...]B", true), -1);
-  EXPECT_EQ(Tmthrd_32::CountPostings(nullptr, "A", true), -1);
+  const auto count = [&](const char* operand) {
+    return Tmthrd_32::FindOperand(space(), operand, true).count;
+  };
+  EXPECT_EQ(count("\"ABC\"/(200)"), static_cast<int>(model["ABC"].size()));
+  EXPECT_EQ(count("NONE"), 0);
+  EXPECT_EQ(count("ABC$"), -1);
+  EXPECT_EQ(count("A[...]B"), -1);
+  EXPECT_EQ(Tmthrd_32::FindOperand(nullptr, "A", true).count, -1);
   EXPECT_EQ(Tmthrd_32::TrmPostProc_Range(nullptr, "", "A", 0, nullptr, nullptr, nullptr, -1, -1, -1, true),
             -1);
+}
+
+TEST_F(TermsTest, ReadsFromWhereItWasFound) {
+  Fill(8);
+  const char* const operands[] = {"AB", "\"AB\"/(201)", "NONE", "AB$"};
+  std::vector<Tmthrd_32::FoundOperand> found;
+  for (const char* operand : operands) found.push_back(Tmthrd_32::FindOperand(space(), operand, true));
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    TBitList records;
+    Tmthrd_32::TrmPostProc_Range(space(), "", operands[i], 1, &records, nullptr, nullptr, kNoLimit, kNoLimit,
+                                 kNoLimit, true, nullptr, &found[i]);
+    EXPECT_EQ(Numbers(records), Search(operands[i])) << operands[i];
+  }
 }
 
 TEST_F(TermsTest, GivesCandidatesOnly) {
