@@ -19,8 +19,6 @@
 
 namespace {
 
-using velor_01::TifpItemPosting;
-
 /// One dictionary with the terms T0, T1, ... of growing length, in the files of a database.
 class BuiltDictionary {
  public:
