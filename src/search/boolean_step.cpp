@@ -106,9 +106,10 @@ int BooleanStep::FindDifference(const Terms& terms, bool beginsWithTerm) {
 }
 
 int BooleanStep::FindCommon(const Terms& terms) {
-  const Terms ordered = terms.size() + isBounded_ > 1 ? RarestFirst(terms) : terms;
-  for (std::size_t i = 0; i < ordered.size() && !IsSettled(); ++i)
-    if (const int rc = ReadAndCross(*ordered[i]); rc < 0) return rc;
+  for (const FoundTerm& term : RarestFirst(terms)) {
+    if (IsSettled()) break;
+    if (const int rc = ReadAndCross(term); rc < 0) return rc;
+  }
   if (IsSettled()) {
     found_.records->Clear();
     return velor_32::kOk;
@@ -117,35 +118,34 @@ int BooleanStep::FindCommon(const Terms& terms) {
 }
 
 /// Operands of many terms come last: they must be read to be counted, and cost least within narrow bounds.
-BooleanStep::Terms BooleanStep::RarestFirst(const Terms& terms) const {
-  std::vector<std::pair<int, const std::string*>> counted;
-  for (const std::string* term : terms) {
-    const int count = Tmthrd_32::CountPostings(space_, *term, useNew_);
-    counted.emplace_back(count < 0 ? std::numeric_limits<int>::max() : count, term);
-  }
-  std::ranges::stable_sort(counted, {}, [](const auto& item) { return item.first; });
-  Terms ordered;
-  for (const auto& [count, term] : counted) ordered.push_back(term);
+std::vector<BooleanStep::FoundTerm> BooleanStep::RarestFirst(const Terms& terms) const {
+  std::vector<FoundTerm> ordered;
+  for (const std::string* term : terms)
+    ordered.emplace_back(Tmthrd_32::FindOperand(space_, *term, useNew_), term);
+  const auto rank = [](const FoundTerm& term) {
+    return term.first.count < 0 ? std::numeric_limits<int>::max() : term.first.count;
+  };
+  std::ranges::stable_sort(ordered, {}, rank);
   return ordered;
 }
 
-int BooleanStep::Read(const std::string& term, const Bits& into) {
+int BooleanStep::Read(const std::string& term, const Bits& into, const Tmthrd_32::FoundOperand* found) {
   const TBitList* bounds = isBounded_ ? found_.records.get() : nullptr;
-  return Tmthrd_32::TrmPostProc_Range(space_, database_, term, op_, into.records.get(), into.tags.get(),
-                                      into.occurrences.get(), LimitOf(bounds),
-                                      LimitOf(bounds ? found_.tags.get() : nullptr),
-                                      LimitOf(bounds ? found_.occurrences.get() : nullptr), useNew_, bounds);
+  return Tmthrd_32::TrmPostProc_Range(
+      space_, database_, term, op_, into.records.get(), into.tags.get(), into.occurrences.get(),
+      LimitOf(bounds), LimitOf(bounds ? found_.tags.get() : nullptr),
+      LimitOf(bounds ? found_.occurrences.get() : nullptr), useNew_, bounds, found);
 }
 
-int BooleanStep::ReadAndCross(const std::string& term) {
+int BooleanStep::ReadAndCross(const FoundTerm& term) {
   if (!isBounded_) {
-    const int rc = Read(term, found_);
+    const int rc = Read(*term.second, found_, &term.first);
     isBounded_ = true;
     return rc;
   }
   for (const BitList* bits : {&current_.records, &current_.tags, &current_.occurrences})
     if (*bits) (*bits)->Clear();
-  if (const int rc = Read(term, current_); rc < 0) return rc;
+  if (const int rc = Read(*term.second, current_, &term.first); rc < 0) return rc;
   CrossList(found_.records.get(), current_.records.get());
   if (found_.tags) CrossList(found_.tags.get(), current_.tags.get());
   if (found_.occurrences) CrossList(found_.occurrences.get(), current_.occurrences.get());

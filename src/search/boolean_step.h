@@ -3,8 +3,10 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "search/tmthrd_32.h"
 #include "storage/velor_space.h"
 #include "utils/bit_list.h"
 
@@ -43,6 +45,7 @@ class BooleanStep {
  private:
   using BitList = std::unique_ptr<Bitarr::TBitList>;
   using Terms = std::vector<const std::string*>;
+  using FoundTerm = std::pair<Tmthrd_32::FoundOperand, const std::string*>;
 
   /// Bits of records, and of tags and occurrences where the operator compares them.
   struct Bits {
@@ -59,9 +62,9 @@ class BooleanStep {
   int FindDifference(const Terms& terms, bool beginsWithTerm);
   int FindCommon(const Terms& terms);
   int KeepTogether(const Terms& terms);
-  [[nodiscard]] Terms RarestFirst(const Terms& terms) const;
-  int Read(const std::string& term, const Bits& into);
-  int ReadAndCross(const std::string& term);
+  [[nodiscard]] std::vector<FoundTerm> RarestFirst(const Terms& terms) const;
+  int Read(const std::string& term, const Bits& into, const Tmthrd_32::FoundOperand* found = nullptr);
+  int ReadAndCross(const FoundTerm& term);
 
   velor_01::TVelorSpace* space_;
   int op_;
