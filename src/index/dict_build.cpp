@@ -8,6 +8,7 @@
 
 #include "index/build_lock.h"
 #include "index/dict_load.h"
+#include "index/facet_cells.h"
 #include "index/lnk_sort.h"
 #include "index/term_recording.h"
 #include "storage/codes.h"
@@ -46,15 +47,8 @@ class Build {
     Tell("LoadIfComplete");
     TellSides();
     TellRecording();
-    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
-    int rc = lock.result();
-    if (rc == kOk) rc = velora::RecordAllTerms(settings_.get(), space_.get(), 0, Job());
-    out_ << "result " << rc << '\n';
-    for (const Side& side : sides_)
-      if (rc == kOk) rc = Sort(side);
-    for (const Side& side : sides_)
-      if (rc == kOk) rc = Load(side);
-    if (rc == kOk) RemoveTermFiles();
+    int rc = BuildLocked();
+    if (rc == kOk) rc = RenewCells();
     return Report("LoadIfComplete", rc);
   }
 
@@ -70,18 +64,23 @@ class Build {
   int SortTerms() {
     if (result_ != kOk) return result_;
     TellSides();
-    return UnderLock("Sorting terms", [this] {
-      return OnPresentFiles("Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); });
-    });
+    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
+    if (lock.result() != kOk) return Report("Sorting terms", lock.result());
+    return OnPresentFiles(
+        "Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); }, [] { return kOk; });
   }
 
   int LoadDict() {
     if (result_ != kOk) return result_;
     TellSides();
-    return UnderLock("Loading dictionary", [this] {
-      return OnPresentFiles("Lk1", ".lk1", "Loading dictionary",
-                            [this](const Side& side) { return Load(side); });
-    });
+    auto lock = std::make_unique<velora::BuildLock>(space_.get(), settings_->relayRecTime);
+    if (lock->result() != kOk) return Report("Loading dictionary", lock->result());
+    const auto finish = [&] {
+      lock.reset();
+      return RenewCells();
+    };
+    return OnPresentFiles(
+        "Lk1", ".lk1", "Loading dictionary", [this](const Side& side) { return Load(side); }, finish);
   }
 
  private:
@@ -135,17 +134,29 @@ class Build {
     return velora::LoadDictionary(settings_.get(), side.space, side.space->termPath, true, false);
   }
 
-  /// Runs a stage while no other one works on the files of the build.
-  template <class Stage>
-  int UnderLock(const std::string& subject, Stage&& stage) {
+  /// The stages of a whole build, under one lock.
+  int BuildLocked() {
     const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
-    return lock.result() == kOk ? stage() : Report(subject, lock.result());
+    int rc = lock.result();
+    if (rc == kOk) rc = velora::RecordAllTerms(settings_.get(), space_.get(), 0, Job());
+    out_ << "result " << rc << '\n';
+    for (const Side& side : sides_)
+      if (rc == kOk) rc = Sort(side);
+    for (const Side& side : sides_)
+      if (rc == kOk) rc = Load(side);
+    if (rc == kOk) RemoveTermFiles();
+    return rc;
   }
 
-  /// Runs a stage on each side whose input is there.
-  template <class Stage>
+  /// Of a catalogue whose dictionary is new; the lock is free.
+  int RenewCells() {
+    return sides_.front().space->isTextSpace ? kOk : velora::RenewCells(settings_.get(), space_.get());
+  }
+
+  /// Runs a stage on each side whose input is there, and when all went well `finish`.
+  template <class Stage, class Finish>
   int OnPresentFiles(const std::string& title, const std::string& extension, const std::string& subject,
-                     Stage&& stage) {
+                     Stage&& stage, Finish&& finish) {
     int rc = kOk;
     bool isRun = false;
     for (const Side& side : sides_) {
@@ -156,7 +167,8 @@ class Build {
         isRun = true;
       }
     }
-    return isRun ? Report(subject, rc) : kNoRecordFiles;
+    if (!isRun) return kNoRecordFiles;
+    return Report(subject, rc == kOk ? finish() : rc);
   }
 
   void RemoveTermFiles() const {

@@ -7,6 +7,7 @@
 #include "index/build_files.h"
 #include "index/build_lock.h"
 #include "index/dict_files.h"
+#include "index/facet_cells.h"
 #include "index/multiload.h"
 #include "index/posting_writer.h"
 #include "index/progress.h"
@@ -18,7 +19,6 @@
 #include "storage/term_files.h"
 #include "storage/term_swap.h"
 #include "utils/path_util.h"
-#include "utils/text_util.h"
 #include "utils/utf8_order.h"
 
 namespace velora {
@@ -131,9 +131,7 @@ class Loader {
 };
 
 bool WantsSplit(const VelorAContext& ctx) {
-  const auto& ini = ctx.app->mainIni;
-  return ini == nullptr || utils::TextUtil::Int32ParseExact(
-                               ini->Get("Main", "CREATE_OLD_INVERTION_FILES", "1").c_str(), 1) == 1;
+  return MainNumber(*ctx.app, "CREATE_OLD_INVERTION_FILES", 1) == 1;
 }
 
 /// Loads the parts, by workers where there are some.
@@ -208,9 +206,12 @@ int LoadDictionary(VelorAContext* ctx, TVelorSpace* space, const std::string& st
 int VelorLnk_Load(VelorAContext* ctx, TVelorSpace* space, const std::string& stem, bool keepTermFile,
                   bool forMerge) {
   if (ctx == nullptr || !velor_32::IsOpen(space)) return velor_32::kNoSpace;
-  const BuildLock lock(space, ctx->relayRecTime);
-  if (lock.result() != kOk) return lock.result();
-  return LoadDictionary(ctx, space, stem, keepTermFile, forMerge);
+  {
+    const BuildLock lock(space, ctx->relayRecTime);
+    if (lock.result() != kOk) return lock.result();
+    if (int rc = LoadDictionary(ctx, space, stem, keepTermFile, forMerge); rc != kOk) return rc;
+  }
+  return space->isTextSpace ? kOk : RenewCells(ctx, space);
 }
 
 }  // namespace velora

@@ -24,14 +24,14 @@ int VelorLnk_Load_Base(VelorAContext* ctx, velor_01::TVelorSpace* space, const s
 
 /// Loads <stem>.lk1 and lets the new dictionary take the place of the old: ten sets with
 /// CREATE_OLD_INVERTION_FILES 1 in section Main (the default) and enough terms, else one. The records count
-/// as actualized from then on. Any failure leaves the old dictionary whole. Takes and releases the lock of
-/// the database.
+/// as actualized from then on, the facet cells of a catalogue are renewed (facet_cells.h). Any failure leaves
+/// the old dictionary whole. Takes and releases the lock of the database.
 ///   keepTermFile  false removes the file after success
 ///   forMerge      the records are not marked: their dictionary was put together from others
 /// Result 0, a code of VelorLnk_Load_Base, or -300 when the database is locked.
 int VelorLnk_Load(VelorAContext* ctx, velor_01::TVelorSpace* space, const std::string& stem,
                   bool keepTermFile, bool forMerge);
-/// The same for a caller that holds the lock.
+/// The same for a caller that holds the lock. The cells are the caller's to renew when it is free again.
 int LoadDictionary(VelorAContext* ctx, velor_01::TVelorSpace* space, const std::string& stem,
                    bool keepTermFile, bool forMerge);
 

@@ -24,6 +24,7 @@ class OpenedDatabase {
   /// The name in lower case.
   [[nodiscard]] const std::string& name() const { return name_; }
   [[nodiscard]] velor_01::TVelorSpace* space() const { return space_.get(); }
+  [[nodiscard]] velora::VelorAContext* settings() const { return settings_.get(); }
   /// Time-out for locks, in seconds.
   [[nodiscard]] int relayRecTime() const { return settings_->relayRecTime; }
 

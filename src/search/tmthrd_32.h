@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,13 @@ using velor_01::TVelorSpace;
 /// A limit that limits nothing.
 constexpr int kNoLimit = -1;
 
+/// Where the postings of an operand are. Good for the search that asked for it.
+struct FoundOperand {
+  int count = -1;           // of postings; -1 when they must be read to be counted
+  int termIndex = 0;        // of TVelorSpace
+  std::int64_t offset = 0;  // of the first segment
+};
+
 /// Makes what search keeps in a context: the term cache and the lists of full-text search. Nothing when they
 /// are there already. False without a context or memory.
 bool Tmthrd_32_init(app::VelorAppContext* app);
@@ -51,35 +59,31 @@ bool Tmthrd_32_init(app::VelorAppContext* app);
 ///   occLimit    the same for occurrences, when occBits is given
 ///   useNew      expand a term that ends in "@"
 ///   candidates  the only records that still matter, the postings of others may be left out; null for all
+///   found       what FindOperand gave for the operand; null when it has not been called
 /// Result 0, also for a term that does not exist; -1 without a space.
 int TrmPostProc_Range(TVelorSpace* space, const std::string& db, const std::string& term, int op,
                       TBitList* mfnBits, TBitList* tagBits, TBitList* occBits, int mfnLimit, int tagLimit,
-                      int occLimit, bool useNew, const TBitList* candidates = nullptr);
+                      int occLimit, bool useNew, const TBitList* candidates = nullptr,
+                      const FoundOperand* found = nullptr);
 
 /// The same with `useNew` true.
 int TrmPostProc_RangeNew(TVelorSpace* space, const std::string& db, const std::string& term, int op,
                          TBitList* mfnBits, TBitList* tagBits, TBitList* occBits, int mfnLimit, int tagLimit,
                          int occLimit, const TBitList* candidates = nullptr);
 
-/// Number of postings that the operand will be found to have, read from the head of its first segment: 0 for
-/// a term that does not exist. -1 for an operand of many terms, or without a dictionary: it must be read to
-/// be counted. With `useNew` a term that ends in "@" is such an operand when there is a morphology database.
-[[nodiscard]] int CountPostings(TVelorSpace* space, const std::string& term, bool useNew);
+/// Looks for the term of an operand. Its postings are counted by the head of the first segment, which costs
+/// no reading; a term that does not exist has none. An operand of many terms, a word of many forms among them
+/// with `useNew`, must be read to be counted.
+[[nodiscard]] FoundOperand FindOperand(TVelorSpace* space, const std::string& term, bool useNew);
 
 /// Collects the postings of one operand as quadruples (record, tag, occurrence, position), one behind the
-/// other, ascending, none twice. A term that ends in "@" is expanded.
+/// other, ascending, none twice; record, tag and occurrence are above 0. A term that ends in "@" is expanded.
 ///   mfnBits  the records that count; null for all
 ///   tagBits, occBits  the tags and occurrences that count; null for all
 ///   out      the quadruples are put among those that are there
 /// Result as above.
 int TrmPostCash(TVelorSpace* space, const std::string& term, const TBitList* mfnBits, const TBitList* tagBits,
                 const TBitList* occBits, TIntList* out);
-
-/// Puts the quadruple in its place in an ascending list unless it is there.
-void AddQuadruple(TIntList* list, int mfn, int tag, int occ, int pos);
-
-/// The current posting of the space as a quadruple, added by AddQuadruple.
-void AddPostToCashnew(const TVelorSpace* space, TIntList* list);
 
 /// Sets bits from ascending quadruples:
 ///   mfn 0                   of all records

@@ -20,8 +20,6 @@ void Allocate(VelorAppContext& ctx) {
   ctx.stringLists[2]->SetSorted(true);
   ctx.globalVarLists = std::make_unique<velor_01::TStringList>(true);
   ctx.globalVarNames = std::make_unique<velor_01::TStringList>(true);
-  for (auto& list : ctx.mfnTagLists) list = std::make_unique<ExtList::TMfnTagList>();
-  ctx.bitList = std::make_unique<Bitarr::TBitList>(0);
   ctx.extList = std::make_unique<ExtList::TExtList>();
   ctx.libraryCache = std::make_unique<LibraryCache>(false);
   if (ctx.parts.createFormatCache != nullptr) ctx.formatCache = ctx.parts.createFormatCache();
@@ -61,9 +59,12 @@ void ReleaseAll(VelorAppContext& ctx) {
   ctx.libraryCache.reset();
   velor_32::Velorclose(ctx.globalSpace);
   ctx.globalSpace = nullptr;
+  velor_32::Velorclose(ctx.morphSpace);
+  ctx.morphSpace = nullptr;
   Destroy(ctx.parts.destroyTermCache, ctx.termCache);
-  for (auto& list : ctx.mfnTagLists) list.reset();
-  ctx.bitList.reset();
+  ctx.addMfnTag.reset();
+  ctx.mfnPageList.reset();
+  ctx.pageFilter.reset();
   ctx.extList.reset();
   Destroy(ctx.parts.destroyFormatCache, ctx.formatCache);
   Destroy(ctx.parts.destroyScratchRecord, ctx.xpftRecord);

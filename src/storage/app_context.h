@@ -122,14 +122,23 @@ struct VelorAppContext {
   std::array<WorkBuffer, 3> workBuffers;
   /// General lists. The third is sorted and owns its objects, which are plain malloc blocks.
   std::array<std::unique_ptr<velor_01::TStringList>, 4> stringLists;
-  bool decompiledFormats = false;           ///< FORMAT_DECOMPILED is "1"
-  bool xpftEnabled = true;                  ///< the extended format language is on
-  bool xpftUpdateEnabled = false;           ///< its record-changing commands are allowed
-  trmcache::TrmCache* termCache = nullptr;  ///< owned, made by search on first use
-  /// Scratch sets of search.
-  std::array<std::unique_ptr<ExtList::TMfnTagList>, 3> mfnTagLists;
-  std::unique_ptr<Bitarr::TBitList> bitList;
-  std::unique_ptr<ExtList::TExtList> extList;
+  bool decompiledFormats = false;  ///< FORMAT_DECOMPILED is "1"
+  bool xpftEnabled = true;         ///< the extended format language is on
+  bool xpftUpdateEnabled = false;  ///< its record-changing commands are allowed
+  /// Postings of terms that were read, made by search on first use; owned. It never forgets, and does not see
+  /// later changes of the dictionary.
+  trmcache::TrmCache* termCache = nullptr;
+  bool useTermCache = false;
+  /// What a full-text search gathers while `collectsPages` is set: pairs (record, tag), and (record, page),
+  /// duplicates among them. When `pageFilter` has bits, only records whose bit is set count.
+  bool collectsPages = false;
+  std::unique_ptr<ExtList::TMfnTagList> addMfnTag;
+  std::unique_ptr<ExtList::TMfnTagList> mfnPageList;
+  std::unique_ptr<Bitarr::TBitList> pageFilter;
+  std::unique_ptr<ExtList::TExtList> extList;   ///< scores
+  velor_01::TVelorSpace* morphSpace = nullptr;  ///< the open morphology database, owned; null for none
+  std::string morphName;                        ///< under which name it was opened
+  std::string morphPrefix;                      ///< of the word forms in the dictionary, "K="
   char emptyText[1] = {
       '\0'};  ///< the empty string, for callers that need an address that lives as long as the run
   bool reusePhysDel = false;  ///< REUSE_PHYS_DEL is positive

@@ -16,18 +16,14 @@ namespace {
 
 constexpr int kDefaultRelayRecTime = 5;
 
-int GetNumber(const utils::IniFile& ini, std::string_view key, int def) {
-  return utils::TextUtil::Int32ParseExact(ini.Get("Main", key, "").c_str(), def);
-}
-
 std::string GetDbName(const utils::IniFile* ini, std::string_view key, std::string_view def) {
   return utils::StringUtils::ToLower(ini != nullptr ? ini->Get("Main", key, def) : std::string(def));
 }
 
 void ReadIni(const utils::IniFile& ini, VelorAContext& context) {
-  context.relayRecTime = GetNumber(ini, "RELAY_RECTIME", kDefaultRelayRecTime);
-  context.multiload = GetNumber(ini, "MULTILOAD", context.multiload);
-  if (GetNumber(ini, "REPORT_PROGRESS", 0) > 0) context.reportProgress = true;
+  context.relayRecTime = MainNumber(*context.app, "RELAY_RECTIME", kDefaultRelayRecTime);
+  context.multiload = MainNumber(*context.app, "MULTILOAD", context.multiload);
+  if (MainNumber(*context.app, "REPORT_PROGRESS", 0) > 0) context.reportProgress = true;
   context.dataPathRaw = ini.Get("Main", "Datapath", "");
   context.dataPath = fmt_64::GetDataPath(context.app, fmt_64::GetExecDir(context.app));
 }
@@ -50,6 +46,11 @@ VelorAContext* VelorA_init(app::VelorAppContext* ctx) {
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
+}
+
+int MainNumber(const app::VelorAppContext& ctx, const char* key, int byDefault) {
+  if (ctx.mainIni == nullptr) return byDefault;
+  return utils::TextUtil::Int32ParseExact(ctx.mainIni->Get("Main", key, "").c_str(), byDefault);
 }
 
 void VelorA_close(VelorAContext* context) {

@@ -28,6 +28,9 @@ struct VelorAContext {
 /// VelorA_close.
 VelorAContext* VelorA_init(app::VelorAppContext* ctx);
 
+/// A number of section Main; `byDefault` without an INI file, and for a value that is none.
+[[nodiscard]] int MainNumber(const app::VelorAppContext& ctx, const char* key, int byDefault);
+
 /// Frees the context; null is ignored.
 void VelorA_close(VelorAContext* context);
 

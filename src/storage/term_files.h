@@ -8,6 +8,7 @@
 #include "storage/term_format.h"
 #include "storage/velor_space.h"
 #include "utils/file_layer.h"
+#include "utils/file_map.h"
 #include "utils/int_list.h"
 
 /// The files of the inverted file, opened and closed, and their structures read and written. A database has
@@ -54,6 +55,7 @@ struct TSpaceTrm {
   bool isLoaded = false;        // `postings` holds the segment
   TIntList trail;               // block numbers and positions from the root to the leaf
   std::vector<char> postings;   // of the segment, as in the file
+  utils::FileMap ifpMap;        // of `ifp`, made by a reader of whole segments
 };
 
 }  // namespace velor_01

@@ -3,6 +3,7 @@
 #include "index/actual_if.h"
 #include "index/dict_build.h"
 #include "index/multiload.h"
+#include "maint/facet_cells_tool.h"
 #include "tool/init_app.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
@@ -81,11 +82,11 @@ int main_loaddict(int argc, char** argv) {
 }
 
 int main_delcells(int argc, char** argv) {
-  return RunDatabaseTool({"delcells", nullptr, Timing::kPrinted}, argc, argv);
+  return RunDatabaseTool({"delcells", velor_server_proc::VelorDeleteCells, Timing::kPrinted}, argc, argv);
 }
 
 int main_cells(int argc, char** argv) {
-  return RunDatabaseTool({"cells", nullptr, Timing::kPrinted}, argc, argv);
+  return RunDatabaseTool({"cells", velor_server_proc::VelorCreateCells, Timing::kPrinted}, argc, argv);
 }
 
 int main_multiload(int argc, char** argv) {

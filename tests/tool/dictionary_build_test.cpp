@@ -65,7 +65,7 @@ class Catalog : public ProgramDir {
 
   /// A program made of shell commands; gives its path.
   [[nodiscard]] std::string WriteScript(const std::string& commands) const {
-    const std::string path = Write("start.sh", "#!/bin/sh\n" + commands);
+    std::string path = Write("start.sh", "#!/bin/sh\n" + commands);
     ::chmod(path.c_str(), 0755);
     return path;
   }
@@ -98,8 +98,10 @@ TEST(DictionaryBuild, IsTheSameForAnyNumberOfWorkers) {
   for (const std::string sets : {"0", "1"}) {
     std::string first;
     for (const std::string workers : {"1", "2", "3"}) {
-      SCOPED_TRACE(sets + " " + workers);
-      catalog.Configure("CREATE_OLD_INVERTION_FILES=" + sets + "\nMULTILOAD=" + workers + "\n");
+      std::string settings = "CREATE_OLD_INVERTION_FILES=";
+      settings.append(sets).append("\nMULTILOAD=").append(workers).append("\n");
+      SCOPED_TRACE(settings);
+      catalog.Configure(settings);
       EXPECT_NE(catalog.Run({"dict", "-d", "blank"}).out.find("\nDone\n"), std::string::npos);
       if (first.empty()) first = catalog.Dictionary();
       EXPECT_TRUE(catalog.Dictionary() == first);
