@@ -11,6 +11,7 @@
 #include "exchange/record_filter.h"
 #include "exchange/reformat.h"
 #include "exchange/text_record.h"
+#include "search/morph_search.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
@@ -55,6 +56,7 @@ class Export {
 
  private:
   int AllocateIsoBuffer();
+  int Search();
   int PrepareFilters();
   int RefuseFormat(const std::string& message, int result);
   int ExportAll();
@@ -76,6 +78,7 @@ class Export {
 
   velor_32::SpacePointer space_;
   velora::ReformatTable table_;
+  velor_01::TIntList found_;  // by a search
   std::unique_ptr<velora::RecordFilter> scan_;
   std::unique_ptr<velora::RecordFilter> filter_;
   int slot_ = kSourceSlot;  // of the record that is written
@@ -100,16 +103,13 @@ int Export::Run() {
   LogTool("Export " + database_ + (params_.fst.empty() ? "" : " " + params_.fst) +
           (params_.format == VelorExportContext::kIso ? " iso" : ""));
 
-  if (params_.mode == VelorExportContext::kSearch) {
-    out_ << "export -se: not built yet" << std::endl;
-    return kOk;
-  }
   if (!params_.fst.empty()) {
     marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
     table_.Load(space_.get(), database_, params_.fst, out_);
   }
   writeGuid_ = (params_.guid || ctx_->guidOption == 1) && !table_.isLoaded();
   if (int rc = AllocateIsoBuffer(); rc != kOk) return rc;
+  if (int rc = Search(); rc != kOk) return rc;
   if (int rc = PrepareFilters(); rc != kOk) return rc;
   return ExportAll();
 }
@@ -121,6 +121,21 @@ int Export::AllocateIsoBuffer() {
   if (isoBuffer_) return kOk;
   out_ << "Malloc failed " << kFirstIsoBuffer + 1 << std::endl;
   return velor_32::kNoMemory;
+}
+
+/// What is found becomes the list of the records to write.
+int Export::Search() {
+  if (params_.mode != VelorExportContext::kSearch) return kOk;
+  out_ << "free search: " << params_.search << std::endl;
+  if (int rc = FreeSearchWithMorph(space_.get(), params_.search, &found_, out_); rc != kOk) {
+    out_ << "Error " << rc << std::endl;
+    LogTool("Export " + database_ + " error " + std::to_string(rc));
+    return rc;
+  }
+  out_ << "found: " << found_.GetCount() << std::endl;
+  params_.mode = VelorExportContext::kList;
+  params_.mfnList = &found_;
+  return kOk;
 }
 
 int Export::PrepareFilters() {

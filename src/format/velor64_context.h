@@ -20,10 +20,10 @@ namespace xpft {
 /// What the language calls upward. The upper folders fill DefaultFormatHooks() at start. A null function
 /// means that nothing stands behind it: searches find nothing, the functions do not exist.
 struct FormatHooks {
-  void (*searchMfn)(velor_01::TVelorSpace* space, const std::string& db, const std::string& query, int from,
-                    int count, QueryType queryType, std::vector<int>& result) = nullptr;
-  int (*countPostings)(velor_01::TVelorSpace* space, const std::string& db, const std::string& query,
-                       QueryType queryType) = nullptr;
+  /// In an open database.
+  void (*searchMfn)(velor_01::TVelorSpace* space, const std::string& query, int from, int count,
+                    QueryType queryType, std::vector<int>& result) = nullptr;
+  int (*countPostings)(velor_01::TVelorSpace* space, const std::string& query, QueryType queryType) = nullptr;
   /// Runs a command of the shell and gives its status, -1 when it could not be run.
   int (*runShellCommand)(const char* command) = std::system;
 };
@@ -258,6 +258,8 @@ class Velor64Context final : public IPftContext {
   void WholeRecord(const velor_01::TVelorSpace* space, int shelf, FieldSelectValues& list);
   bool TakeAltShelf();
   void UseSpace(velor_01::TVelorSpace* space, int currShelf, int altShelf);
+  template <class Search>
+  void SearchIn(const std::string& db, Search&& search);
 
   app::VelorAppContext* app_ = nullptr;
   velor_01::TVelorSpace* space_ = nullptr;

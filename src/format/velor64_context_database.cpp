@@ -219,15 +219,28 @@ void Velor64Context::ExtFunc(std::string_view, const std::string&) {
   SetErrorCode(kUnknownFunction);
 }
 
+/// Runs `search` on the current database, or on the one that is named and opens.
+template <class Search>
+void Velor64Context::SearchIn(const std::string& db, Search&& search) {
+  const bool isOther = !db.empty();
+  if (isOther && !OpenAltDb(db)) return;
+  if (space_) search(space_);
+  if (isOther) CloseAltDb();
+}
+
 void Velor64Context::SearchMfn(const std::string& db, const std::string& query, int from, int count,
                                QueryType queryType, std::vector<int>& result) {
-  const FormatHooks& hooks = DefaultFormatHooks();
-  if (hooks.searchMfn) hooks.searchMfn(space_, db, query, from, count, queryType, result);
+  const auto search = DefaultFormatHooks().searchMfn;
+  if (!search) return;
+  SearchIn(db, [&](velor_01::TVelorSpace* space) { search(space, query, from, count, queryType, result); });
 }
 
 int Velor64Context::CountPostings(const std::string& db, const std::string& query, QueryType queryType) {
-  const FormatHooks& hooks = DefaultFormatHooks();
-  return hooks.countPostings ? hooks.countPostings(space_, db, query, queryType) : 0;
+  const auto countIn = DefaultFormatHooks().countPostings;
+  int count = 0;
+  if (!countIn) return count;
+  SearchIn(db, [&](velor_01::TVelorSpace* space) { count = countIn(space, query, queryType); });
+  return count;
 }
 
 void Velor64Context::ExecuteShellCommand(const std::string& command) {

@@ -12,6 +12,8 @@ using velor_01::TIntList;
 namespace {
 
 using Word = std::uint64_t;
+constexpr int kWordBits = 64;
+constexpr int kLeastRoom = 1000;  // numbers
 
 /// Calls combine(word of a, word of b) for the bytes that both have, and stores its results in a. Bytes keep
 /// their places in a word, so that the machine's byte order does not matter.
@@ -48,10 +50,14 @@ Word LoadWord(std::span<const std::uint8_t> bytes, std::size_t at) {
   return __builtin_bswap64(word);
 }
 
-int CountNumbers(std::span<const std::uint8_t> bytes) {
-  int count = 0;
-  for (std::size_t at = 0; at < bytes.size(); at += sizeof(Word)) count += std::popcount(LoadWord(bytes, at));
-  return count;
+/// Appends the numbers of a word whose first bit stands for `first`; `out` has room for all of them.
+std::int32_t* AppendNumbers(Word word, std::int32_t first, std::int32_t* out) {
+  while (word != 0) {
+    const int bit = std::countl_zero(word);
+    *out++ = first + bit;
+    word ^= Word{1} << (63 - bit);
+  }
+  return out;
 }
 
 }  // namespace
@@ -76,17 +82,23 @@ void NotList(TBitList* a, const TBitList* b) noexcept {
 
 bool BitToIntList(const TBitList* bits, TIntList* list) noexcept {
   const std::span<const std::uint8_t> bytes = bits->Bytes();
-  if (!list->SetCount(CountNumbers(bytes))) return false;
-  std::int32_t* out = list->Items().data();
+  const std::int64_t most = bits->GetCount();
+  list->Clear();
+  int count = 0;
   for (std::size_t at = 0; at < bytes.size(); at += sizeof(Word)) {
-    const auto before = static_cast<std::int32_t>(at * 8);
-    for (Word word = LoadWord(bytes, at); word != 0;) {
-      const int bit = std::countl_zero(word);
-      *out++ = before + bit + 1;
-      word ^= Word{1} << (63 - bit);
+    const Word word = LoadWord(bytes, at);
+    if (word == 0) continue;
+    // Room is made ahead in growing steps: to count the bits first would cost more than the numbers do.
+    const std::int64_t room = std::int64_t{count} + std::max(count, kLeastRoom);
+    if (list->GetCount() - count < kWordBits && !list->SetCount(static_cast<int>(std::min(room, most)))) {
+      list->Clear();
+      return false;
     }
+    std::int32_t* const begin = list->Items().data();
+    count =
+        static_cast<int>(AppendNumbers(word, static_cast<std::int32_t>(at * 8) + 1, begin + count) - begin);
   }
-  return true;
+  return list->SetCount(count);
 }
 
 bool IntToBitList(const TIntList* list, TBitList* bits) noexcept {

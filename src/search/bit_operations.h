@@ -18,7 +18,7 @@ void CrossList(Bitarr::TBitList* a, const Bitarr::TBitList* b) noexcept;
 /// a becomes a AND NOT b. The count of a survives: where b ends earlier, nothing is taken away.
 void NotList(Bitarr::TBitList* a, const Bitarr::TBitList* b) noexcept;
 
-/// Replaces the contents of `list` by the numbers in `bits`, ascending.
+/// Replaces the contents of `list` by the numbers in `bits`, ascending. Without memory the list is empty.
 bool BitToIntList(const Bitarr::TBitList* bits, velor_01::TIntList* list) noexcept;
 
 /// Replaces the contents of `bits` by the numbers of `list`, in whatever order they stand. Numbers below 1

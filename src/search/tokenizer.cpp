@@ -79,6 +79,10 @@ class Spelling {
   int count_;
 };
 
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
 /// kOperators as a list.
 TStringList* OperatorTable() {
   static TStringList table;
@@ -113,10 +117,12 @@ class Unpacking {
     }
     if (expression[at] == '(') {
       groups.emplace_back();
-    } else if (expression[at] != ')') {
+    } else if (expression[at] == ')') {
+      if (groups.size() > 1) CloseGroup(groups);
+      // A digit that follows must not become part of a reference.
+      if (at + 1 < expression.size() && IsDigit(expression[at + 1])) groups.back() += ' ';
+    } else {
       groups.back() += expression[at];
-    } else if (groups.size() > 1) {
-      CloseGroup(groups);
     }
     return at + 1;
   }

@@ -3,6 +3,7 @@
 #include "format/format_parts.h"
 #include "index/inv_context.h"
 #include "index/record_index.h"
+#include "search/format_search.h"
 #include "tool/dispatcher.h"
 #include "tool/signals.h"
 #include "tool/tool_locale.h"
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
   xpft::InstallFormatParts();
   indexing::InstallInvContext();
   recif::InstallRecordIndex();
+  Search18::InstallFormatSearch();
   const int status = tool::Dispatch(argc, argv);
   utils::NetUtil::Close();
   return status;

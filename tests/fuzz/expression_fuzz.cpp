@@ -7,23 +7,37 @@
 
 #include "search/search18.h"
 #include "search/tokenizer.h"
-#include "support/dictionary.h"
+#include "storage/term_update.h"
+#include "support/memory_space.h"
+#include "support/temp_dir.h"
 #include "utils/string_utils.h"
 
 namespace {
 
 constexpr int kRecords = 40;
 
-class Catalogue : public test::Dictionary {
+class Catalogue {
  public:
   Catalogue() {
+    const std::string path = dir_.File("d");
+    test::TestBase().WriteTo(path);
+    if (velor_32::Velorinitterm_write(space(), path.c_str()) != 0) std::abort();
     int seed = 0;
     for (const char* term : {"A", "AB", "B", "C", "K=AB", "Ж"}) {
       ++seed;
       for (int mfn = seed; mfn <= kRecords; mfn += 1 + seed % 3)
-        if (Insert(term, {mfn, 200 + 10 * (mfn % 2), 1 + mfn % 3, 1 + (mfn * seed) % 5}) != 0) std::abort();
+        Insert(term, {mfn, 200 + 10 * (mfn % 2), 1 + mfn % 3, 1 + (mfn * seed) % 5});
     }
   }
+  [[nodiscard]] velor_32::TVelorSpace* space() const { return memory_.space(); }
+
+ private:
+  void Insert(const char* term, const velor_01::TifpItemPosting& posting) const {
+    if (velor_32::InsertTerm(space(), term, posting) != 0) std::abort();
+  }
+
+  test::TempDir dir_;
+  test::MemorySpace memory_;
 };
 
 void CheckSteps(const std::string& expression) {

@@ -76,6 +76,7 @@ TEST(Tokenizer, MakesSteps) {
       {"quote left open", "A * \"B + (C", "A|\"B + (C/1"},
       {"qualification left open", "A/(1 + B", "A/(1 + B/0"},
       {"line ends", "A\r\n+\nB", "A|B/0"},
+      {"group in front of a digit", "(A)0 * B", "A/0; #1 0|B/1"},
       {"group inside a term", "K=(A+B)", "A|B/0; K=#1/0"},
   };
   for (const auto& c : cases) {
@@ -128,8 +129,9 @@ TEST(Tokenizer, GivesTheWordsOfAnExpression) {
     std::string text = "old";
     tokenizer::ConvertToFullText(&words, c.expression, prefix, text);
     std::string shown;
-    for (const auto& item : words.Items()) shown += item.text + std::string(",");
-    EXPECT_EQ(shown + "|" + prefix + "|" + text, c.want);
+    for (const auto& item : words.Items()) (shown += item.text) += ',';
+    ((shown += '|') += prefix) += '|';
+    EXPECT_EQ(shown += text, c.want);
   }
 }
 
