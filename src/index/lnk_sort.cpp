@@ -3,6 +3,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -72,14 +73,17 @@ class Sorter {
     if (int rc = terms->InitAvarage(); rc != kOk) return rc;
     TemporaryFiles pieces;
     if (int rc = terms->DevideInputFile(directory_, &pieces); rc != kOk) return rc;
-    if (!isPiece && UsesWorkers(*ctx_))
+    const auto hasShrunk = [limit = FileSize(input) / 4 * 3](const std::string& piece) {
+      return FileSize(piece) < limit;
+    };
+    // A worker begins anew with its piece: one that stays as large would be cut by ever further workers.
+    if (!isPiece && UsesWorkers(*ctx_) && std::ranges::all_of(pieces, hasShrunk))
       return Multi_ProcessSortList(ctx_, settings_.database, pieces, output);
 
     if (!append && !EmptyFile(output)) return kWriteFailed;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
       // Most lines of one term: no bound can cut it. What comes out of it need not be smaller.
-      const bool hasShrunk = FileSize(pieces[i]) < FileSize(input) / 4 * 3;
-      const int rc = hasShrunk ? Run(pieces[i], output, true, true) : SortRuns(pieces[i], output);
+      const int rc = hasShrunk(pieces[i]) ? Run(pieces[i], output, true, true) : SortRuns(pieces[i], output);
       if (rc != kOk) return rc;
       ::unlink(pieces[i].c_str());
       if (!isPiece)

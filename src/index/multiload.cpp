@@ -1,8 +1,10 @@
 #include "index/multiload.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -13,6 +15,7 @@
 #include "index/dict_load.h"
 #include "index/lnk_sort.h"
 #include "index/progress.h"
+#include "index/worker_numbers.h"
 #include "storage/app_paths.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
@@ -31,7 +34,7 @@ namespace {
 
 constexpr const char* kSection = "MULTILOAD";
 constexpr int kFailed = -1;
-constexpr int kNumbersPerWorker = 100;  // assignments that a worker may give on
+constexpr int kNotStarted = 127;  // the status of a shell whose command was not found
 
 enum Mode { kRecordMode = 1, kSortMode = 2, kLoadMode = 3 };
 
@@ -66,7 +69,8 @@ class Workers {
       : ctx_(ctx),
         database_(std::move(database)),
         logTitle_(std::move(logTitle)),
-        firstNumber_(GetNumber(*ctx->app->mainIni, kSection, "MULTINUMB", 0) * kNumbersPerWorker) {}
+        directory_(WorkDirectory(ctx->app)),
+        numbers_(directory_) {}
   ~Workers() {
     for (; waited_ < workers_.size(); ++waited_) WaitFor(workers_[waited_]);
   }
@@ -77,8 +81,8 @@ class Workers {
   int Start(Mode mode, const Keys& keys) {
     const int number = static_cast<int>(workers_.size()) + 1;
     Worker worker;
-    worker.file = WorkDirectory(ctx_->app) + "velora_multi" + std::to_string(firstNumber_ + number) + ".ini";
-    if (!WriteAssignment(worker.file, mode, number, keys)) {
+    worker.file = directory_ + "velora_multi" + std::to_string(numbers_.base() + number) + ".ini";
+    if (numbers_.base() < 0 || !WriteAssignment(worker.file, mode, number, keys)) {
       ReportBuildError("Assignment file not written: " + worker.file);
       return kFailed;
     }
@@ -151,7 +155,8 @@ class Workers {
   VelorAContext* ctx_;
   const std::string database_;
   const std::string logTitle_;
-  const int firstNumber_;
+  const std::string directory_;
+  const WorkerNumbers numbers_;
   std::vector<Worker> workers_;
   std::size_t waited_ = 0;
   int status_ = kOk;
@@ -183,15 +188,20 @@ int MergeRecordings(const std::string& stem, int workers) {
   if (stem.empty()) return kOk;
   const std::string first = RecordingFile(stem, 1);
   int rc = kOk;
-  for (int n = 2; n <= workers; ++n) {
+  for (int n = 2; rc == kOk && n <= workers; ++n) {
     const std::string part = RecordingFile(stem, n);
-    if (rc == kOk) rc = MergeFiles(part, first);
+    rc = MergeFiles(part, first);
     ::unlink(part.c_str());
   }
   if (rc == kOk && std::rename(first.c_str(), RecordingFile(stem, 0).c_str()) == 0) return kOk;
-  ::unlink(first.c_str());
   std::cerr << "Merge LN files error" << std::endl;
   return velor_32::kNoRecordFiles;
+}
+
+/// Removes what workers recorded, also the file that one was at when it was killed.
+void RemoveRecordings(const std::string& stem, int workers) {
+  for (int n = 1; n <= workers && !stem.empty(); ++n)
+    for (const char* end : {"", "_"}) ::unlink((RecordingFile(stem, n) + end).c_str());
 }
 
 /// What a worker was told.
@@ -237,7 +247,7 @@ int SortPiece(VelorAContext* ctx, const velor_01::TVelorSpace* space, const Assi
 int CarryOut(VelorAContext* ctx, velor_01::TVelorSpace* space, const Assignment& told) {
   velor_01::TVelorSpace* const side = told.isFullText ? space->textSpace : space;
   if (side == nullptr) return velor_32::kNoSpace;
-  ctx->reportProgress = false;  // the parent reports
+  ctx->worker = told.number;
   switch (told.mode) {
     case kSortMode:
       return SortPiece(ctx, side, told);
@@ -254,7 +264,10 @@ bool UsesWorkers(const VelorAContext& ctx) {
   return ctx.multiload > 1 && ctx.app->mainIni != nullptr;
 }
 
-pid_t MyWinExec(const char* commandLine) {
+namespace {
+
+/// The arguments of a command line.
+std::vector<std::string> SplitCommand(const char* commandLine) {
   std::vector<std::string> words;
   bool isQuoted = false;
   bool isInWord = false;
@@ -270,22 +283,43 @@ pid_t MyWinExec(const char* commandLine) {
       words.back() += *at;
     }
   }
-  if (words.empty()) return -1;
+  return words;
+}
+
+}  // namespace
+
+/// The child has a pipe, which running the program closes: a byte out of it says that there is no running.
+pid_t MyWinExec(const char* commandLine) {
+  std::vector<std::string> words = SplitCommand(commandLine);
   std::vector<char*> arguments;
   arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
+  int ends[2];
+  if (words.empty() || ::pipe2(ends, O_CLOEXEC) != 0) return -1;
   const pid_t pid = ::fork();
-  if (pid != 0) return pid;
-  ::execv(arguments[0], arguments.data());
-  ::_exit(127);
+  if (pid == 0) {
+    ::execv(arguments[0], arguments.data());
+    [[maybe_unused]] const ssize_t told = ::write(ends[1], "", 1);
+    ::_exit(kNotStarted);
+  }
+  ::close(ends[1]);
+  char byte;
+  ssize_t got;
+  do {
+    got = pid > 0 ? ::read(ends[0], &byte, 1) : 0;
+  } while (got < 0 && errno == EINTR);
+  ::close(ends[0]);
+  if (got <= 0) return pid;
+  app::WaitProcess(pid);
+  return -1;
 }
 
 int Multi_VelorRecTerms(VelorAContext* ctx, velor_01::TVelorSpace* space, const RecordingJob& job) {
   return velor_32::AtEdge([&] {
     const int count = velor_32::Velormaxmfn(space) - 1;
     if (count < 0) return velor_32::kNoRecordFiles;
-    const int workerCount = ctx->multiload;
+    const int workerCount = std::min(ctx->multiload, WorkerNumbers::kPerRun);
     std::vector<Keys> assignments;
     for (int i = 1; i <= workerCount; ++i) {
       const int share = count / workerCount;
@@ -295,13 +329,12 @@ int Multi_VelorRecTerms(VelorAContext* ctx, velor_01::TVelorSpace* space, const 
                              {"FullText", job.select == recif::kFullTextLines ? "1" : "0"}});
     }
     Workers workers(ctx, backup::GetDbNameEK(space), "");
-    if (int rc = RunAll(ctx, &workers, kRecordMode, assignments, AdmOperation::kTerms); rc != kOk) {
-      for (const std::string* stem : {&job.stem, &job.textStem})
-        for (int n = 1; n <= workerCount && !stem->empty(); ++n) ::unlink(RecordingFile(*stem, n).c_str());
-      return rc;
-    }
-    const int rc = MergeRecordings(job.stem, workerCount);
-    return rc != kOk ? rc : MergeRecordings(job.textStem, workerCount);
+    int rc = RunAll(ctx, &workers, kRecordMode, assignments, AdmOperation::kTerms);
+    if (rc == kOk) rc = MergeRecordings(job.stem, workerCount);
+    if (rc == kOk) rc = MergeRecordings(job.textStem, workerCount);
+    for (const std::string& stem : {job.stem, job.textStem})
+      if (rc != kOk) RemoveRecordings(stem, workerCount);
+    return rc;
   });
 }
 

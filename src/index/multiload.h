@@ -13,7 +13,7 @@
 ///
 /// A worker is this program, started as `<program> multiload "<file>"`. The file is its assignment: a copy of
 /// the settings with these keys in section MULTILOAD. It lies in the work directory as velora_multi<n>.ini
-/// until the run has succeeded.
+/// until the run has succeeded; worker_numbers.h keeps the files of several runs apart.
 ///
 ///   CURDBN          name of the database
 ///   Mode            1 record terms, 2 sort, 3 load
@@ -34,7 +34,7 @@ namespace velora {
 [[nodiscard]] bool UsesWorkers(const VelorAContext& ctx);
 
 /// Starts a program with execv: a command line in which blanks part the arguments, outside double quotes.
-/// Gives the process number, -1 when there is none.
+/// Gives the process number, -1 when the program does not run.
 pid_t MyWinExec(const char* commandLine);
 
 /// Records the terms by workers, each of which has the same number of records, the last also the rest; then

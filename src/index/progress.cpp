@@ -56,7 +56,11 @@ class LiveLine {
   std::int64_t start_ = 0;  // in Milliseconds()
 };
 
-bool WantsLiveLine(const VelorAContext& ctx) {
+/// Of the workers that record, which have equal shares, the first speaks for all; the end is told by the
+/// parent.
+bool KeepsLiveLine(const VelorAContext& ctx, AdmOperation::Type operation, int percent) {
+  if (ctx.worker > 0 && (ctx.worker > 1 || operation != AdmOperation::kTerms || percent == kDone))
+    return false;
   return ::isatty(STDERR_FILENO) != 0 && (::isatty(STDOUT_FILENO) == 0 || ctx.reportProgress);
 }
 
@@ -68,7 +72,7 @@ void VelorReportProgress(VelorAContext* ctx, AdmOperation::Type operation, int p
   ctx->lastProgress = percent;
   ctx->lastProgressTotal = operation;
   ++ctx->progressCount;
-  if (WantsLiveLine(*ctx)) liveLine.Show(operation, percent, done);
+  if (KeepsLiveLine(*ctx, operation, percent)) liveLine.Show(operation, percent, done);
   if (!ctx->reportProgress) return;
   if (ctx->app->progressCallback != nullptr)
     ctx->app->progressCallback(ctx->app->progressArg, percent, kDone);

@@ -16,7 +16,8 @@ struct AdmOperation {
 /// REPORT_PROGRESS a line "Terms: 50" and so on goes to the standard output; a progress callback of the
 /// context is called in its place.
 /// Where the standard error is a terminal and the standard output is not, or progress is reported, one live
-/// line is kept on the standard error: operation, percentage, records a second, and the time left.
+/// line is kept on the standard error: operation, percentage, records a second, and the time left. Workers
+/// print the lines, but all of them keep only one live line.
 ///   done  records recorded so far, for the speed; 0 where that says nothing
 void VelorReportProgress(VelorAContext* ctx, AdmOperation::Type operation, int percent,
                          std::int64_t done = 0);

@@ -80,6 +80,12 @@ bool TakePrefix(std::string_view& text, std::string_view& prefix) {
   return true;
 }
 
+/// A term is one line in the files of a bulk build: the update of a record makes of it what those hold.
+void ToOneLine(std::string* text) {
+  for (char& letter : *text)
+    if (letter == '\r' || letter == '\n') letter = ' ';
+}
+
 bool IsSelected(int method, std::int32_t select) {
   const bool isFullText = method == kPage || method == kFile;
   if (select == kCatalogLines) return !isFullText;
@@ -195,6 +201,7 @@ void TermMaker::TakeLine(int line) {
 bool TermMaker::SetPrefix(std::string_view prefix) {
   stopWordStart_ = prefix.size();
   utils::StringUtils::ToUpper(prefix, raw_);
+  ToOneLine(&raw_);
   buffer_.SetPrefix(raw_);
   return indexing::IsUtf8(prefix);
 }
@@ -254,6 +261,7 @@ void TermMaker::TakePage(std::string_view piece) {
 void TermMaker::AddRaw(std::string_view word, int position) {
   if (word.empty() || !indexing::IsUtf8(word)) return;
   utils::StringUtils::ToUpper(word, raw_);
+  ToOneLine(&raw_);
   PutWord(raw_);
   if (!IsStopTerm(buffer_.Term(raw_.size()))) AddWord(raw_.size(), position);
 }

@@ -66,7 +66,9 @@ void AppendTermLine(const velor_01::TifpItemPosting& posting, int numbers, std::
   char text[kFullTextNumbers * (kLongestNumber + 1)];
   char* at = text;
   for (int i = 0; i < numbers; ++i) {
-    at = std::to_chars(at, std::end(text), words[i]).ptr;
+    at = numbers == kCatalogNumbers
+             ? std::to_chars(at, std::end(text), static_cast<std::uint32_t>(words[i])).ptr
+             : std::to_chars(at, std::end(text), words[i]).ptr;
     *at++ = ' ';
   }
   out->append(text, static_cast<std::size_t>(at - text));

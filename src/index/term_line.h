@@ -12,8 +12,9 @@
 ///   catalogue          mfn tag occ pos term
 ///   full-text database mfn tag occ pos wordsInPiece reserved page pageWord term
 ///
-/// The numbers are decimal, with a blank behind each; the term is the rest of the line and may hold blanks.
-/// Which of the two forms a file has is not written in it: it is that of the database.
+/// The numbers are decimal, those of a catalogue without a sign, with a blank behind each; the term is the
+/// rest of the line and may hold blanks. Which of the two forms a file has is not written in it: it is that
+/// of the database.
 namespace velora {
 
 constexpr int kCatalogNumbers = 4;

@@ -49,15 +49,15 @@ Tcntmst EmptyControl(bool isFullText) {
 }
 
 /// Takes the additional term indexes away: the file of their separators, and ten sets of files.
-void RemoveAdditionalIndexes(TVelorSpace* space) {
-  const std::string separators = space->path + ".inv";
+void RemoveAdditionalIndexes(TVelorSpace* space, const std::string& terms) {
+  const std::string separators = terms + ".inv";
   if (::access(separators.c_str(), F_OK) != 0) return;
   for (velor_01::TSpaceTrm*& index : space->trmIndex) CloseTermIndex(index);
   space->termListOpen = false;
   ::unlink(separators.c_str());
   for (int k = 1; k <= velor_01::kMaxTermIndexes; ++k)
     for (const char* extension : {".n01_", ".l01_", ".ifp_"})
-      ::unlink((space->path + extension + std::to_string(k)).c_str());
+      ::unlink((terms + extension + std::to_string(k)).c_str());
 }
 
 /// The new control record goes first: from then on no number is in range, whatever the other files still
@@ -82,7 +82,7 @@ int EmptyFiles(TVelorSpace* space) {
   if (::ftruncate(mst.get(), velor_01::kControlSize) != 0) return kNoRecordFiles;
   for (const int handle : {xrf.get(), ifp.get(), l01.get(), n01.get()})
     if (::ftruncate(handle, 0) != 0) return kNoRecordFiles;
-  RemoveAdditionalIndexes(space);
+  RemoveAdditionalIndexes(space, terms);
   return kOk;
 }
 

@@ -15,6 +15,7 @@ struct VelorAContext {
   std::int32_t lastProgressTotal = -1;  ///< its total, -1 before the first
   bool reportProgress = false;          ///< a progress callback is set, or REPORT_PROGRESS is positive
   std::int32_t multiload = 1;           ///< MULTILOAD: worker processes of the bulk build
+  std::int32_t worker = 0;              ///< number of this worker process, 0 in any other
   std::string etalonDb;                 ///< EtalonDBN, lower case: the reference database
   std::string emptyDb;                  ///< EmptyDBN, lower case: the empty template database
   std::string dataPath;                 ///< the data directory, ending in "/"

@@ -105,6 +105,7 @@ int TermChange::MoveSegment(Segment* segment, int place, const TifpItemPosting& 
 /// the first segment of a chain, whose `total` the caller has raised.
 int TermChange::SplitSegment(Segment* segment, int place, const TifpItemPosting& posting, int newCapacity,
                              std::int64_t countedAt, TifpSpecial* entry) {
+  if (segment->head.used < 1) return kNoInvertedFile;  // no room for any posting: damage
   const std::int32_t total = segment->head.total;
   const bool keepsTotal = total != segment->head.used;  // the first segment of a chain counts the whole term
   InsertSlot(segment, place, posting);

@@ -221,6 +221,13 @@ TEST(DictLoad, RefusesDamagedFilesAndKeepsTheDictionary) {
   EXPECT_EQ(velor_32::VelorIsDBLocked(base.space()), 0);
 }
 
+TEST(TermLine, HasASignInAFullTextDatabaseOnly) {
+  std::string lines;
+  for (const int numbers : {velora::kCatalogNumbers, velora::kFullTextNumbers})
+    velora::AppendTermLine({1, -5, 2, 3}, numbers, "A", &lines);
+  EXPECT_EQ(lines, "1 4294967291 2 3 A\r\n1 -5 2 3 0 0 0 0 A\r\n");
+}
+
 // Boxes of picture words are negative numbers: their digits ascend in the file, their values fall.
 TEST(DictLoad, PutsNegativeNumbersInTheirPlace) {
   Base base(true);
@@ -252,6 +259,77 @@ TEST(DictLoad, LeavesALockedDatabaseAlone) {
   EXPECT_EQ(base.Load("1 1 1 1 A\r\n"), -300);
   EXPECT_EQ(velor_32::VelorIsDBLocked(base.space()), -300);
   EXPECT_TRUE(test::ReadDictionaryModel(base.space()).empty());
+}
+
+/// The files of a dictionary with their bytes.
+std::map<std::string, std::string> FilesOf(const Base& base) {
+  std::map<std::string, std::string> files;
+  for (const auto& file : std::filesystem::directory_iterator(base.dir().Path())) {
+    const std::string name = file.path().filename().string();
+    for (const char* part : {".n01", ".l01", ".ifp", ".inv"})
+      if (name.find(part) != std::string::npos) files[name] = base.dir().Read(name);
+  }
+  return files;
+}
+
+/// Few bytes change, so that a reader comes past them; most of the heads lie near the front.
+std::string Damaged(std::string bytes, std::mt19937& random) {
+  const std::size_t near = std::min<std::size_t>(bytes.size(), random() % 2 == 0 ? 600 : bytes.size());
+  for (auto n = near > 0 ? random() % 4 : 0; n > 0; --n) bytes[random() % near] = static_cast<char>(random());
+  if (random() % 30 == 0) bytes.resize(random() % (bytes.size() + 1));
+  return bytes;
+}
+
+/// Walks, changes and writes out a dictionary that can hold anything.
+void UseAll(Base& base, const DictionaryModel& model) {
+  if (velor_32::Velorinitterm_write(base.space(), base.path().c_str()) != 0) return;
+  for (const auto step : {velor_32::Velornxtterm, velor_32::Velorprevterm}) {
+    char term[velor_01::kTermBufferSize] = "\x01";
+    velor_32::Velorfind0(base.space(), term, true);
+    for (int i = 0; i < 2000 && step(base.space(), term) == 0; ++i)
+      for (int n = 0; n < 20000 && velor_32::Velornxtpost(base.space()) == 0; ++n) {
+      }
+  }
+  for (const auto& [term, list] : model) {
+    velor_32::VelorFindPosting(base.space(), term.c_str(), list.back());
+    velor_32::InsertTerm(base.space(), term.c_str(), {5, 5, 5, 5});
+    velor_32::DeleteTerm(base.space(), term.c_str(), list.front());
+  }
+  base.WriteOut("out.ln1");
+  velor_32::Velorcloseterm(base.space());
+}
+
+/// Any bytes give codes, and an end, also under special blocks and in ten sets.
+TEST(DictLoad, GivesFilesWhoseDamageDoesNoHarm) {
+  for (const bool isSplit : {false, true}) {
+    for (const bool isFullText : {false, true}) {
+      std::mt19937 random(12);
+      const DictionaryModel model = MakeModel(random, 150, isFullText);
+      Base base(isFullText, isSplit);
+      ASSERT_EQ(base.Load(FileOf(model, isFullText)), 0);
+      const auto files = FilesOf(base);
+      ASSERT_EQ(files.size(), isSplit ? 34U : 3U);
+      for (int round = 0; round < 60; ++round) {
+        for (const auto& [name, bytes] : files) base.dir().Write(name, Damaged(bytes, random));
+        UseAll(base, model);
+      }
+    }
+  }
+}
+
+TEST(DictLoad, GivesSegmentsThatAreDividedOnlyWithPostings) {
+  std::string lines;
+  for (std::int32_t mfn = 10; mfn < 310; ++mfn)
+    velora::AppendTermLine({mfn, 1, 1, 1}, velora::kCatalogNumbers, "A", &lines);
+  Base base;
+  ASSERT_EQ(base.Load(lines), 0) << base.message();
+  constexpr std::size_t kFirstSegment = 20 + 20 + 4 * 24;  // behind control record, head and entries
+  std::string postings = base.dir().Read("d.ifp");
+  ASSERT_EQ(static_cast<unsigned char>(postings[kFirstSegment + 15]), 254) << "used";
+  postings.replace(kFirstSegment + 8, 12, 12, '\0');
+  base.dir().Write("d.ifp", postings);
+  ASSERT_EQ(velor_32::Velorinitterm_write(base.space(), base.path().c_str()), 0);
+  EXPECT_EQ(velor_32::InsertTerm(base.space(), "A", {1, 1, 1, 1}), -401);
 }
 
 /// A term with damaged postings is no term without postings.

@@ -84,6 +84,8 @@ TEST_F(RecTermsTest, Methods) {
       {"angles", 2, "x<a><>y<b<c>><d", "A 200/1/1\nB<C 200/1/3\n"},
       {"opened at the end", 2, "<a><", "A 200/1/1\n"},
       {"slashes", 3, "/a/b/c/", "A 200/1/1\nC 200/1/2\n"},
+      {"over line ends, of which a term file has its own", 6, "/T\n=/<red\r\noryx><\nroan\n>",
+       "T =RED  ORYX 200/1/1\nT = ROAN 200/1/2\n"},
       {"words", 4, "The red-roan%oryx", "RED 200/1/2\nROAN 200/1/3\nORYX 200/2/1\n"},
       {"angles with prefix", 6, "/T=/<a>", "T=A 200/1/1\n"},
       {"slashes with prefix", 7, "!t=!/a/", "T=A 200/1/1\n"},

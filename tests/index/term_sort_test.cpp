@@ -137,14 +137,19 @@ TEST_F(Sort, GivesTheOrderOfTheContract) {
   }
 }
 
-// No bound can cut a piece whose lines have one term.
+// No bound can cut a piece whose lines have one term. A worker would come to the same piece again, and start
+// others for it without end: none is started.
 TEST_F(Sort, TakesAFileOfOneTerm) {
-  Lines lines;
-  for (int i = 0; i < 30000; ++i) lines.push_back(std::to_string(i * 7919 % 30000) + " 1 1 1 ONE");
-  const std::string sorted = Run(Join(lines), false, 50000);
-  ASSERT_EQ(result_, 0);
-  SortPlainly(&lines, false);
-  EXPECT_TRUE(sorted == Join(lines));
+  for (const char* settings : {"MULTILOAD=1\n", "MULTILOAD=2\n[MULTILOAD]\nCMDLINE=/nonexistent\n"}) {
+    SCOPED_TRACE(settings);
+    Configure(std::string("[MAIN]\n") + settings);
+    Lines lines;
+    for (int i = 0; i < 30000; ++i) lines.push_back(std::to_string(i * 7919 % 30000) + " 1 1 1 ONE");
+    const std::string sorted = Run(Join(lines), false, 50000);
+    ASSERT_EQ(result_, 0);
+    SortPlainly(&lines, false);
+    EXPECT_TRUE(sorted == Join(lines));
+  }
 }
 
 TEST_F(Sort, PassesOverLinesThatAreNone) {

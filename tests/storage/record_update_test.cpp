@@ -204,7 +204,17 @@ TEST_F(RecordUpdateTest, EmptyingADatabase) {
   EXPECT_EQ(Velormaxmfn(space.get()), 1);
   EXPECT_EQ(AddRecord(space.get(), {{200, "again"}}), 1);
   EXPECT_EQ(test::Verify(path_), "");
-  std::filesystem::remove(path_ + ".n01");
+
+  const std::string elsewhere = path_ + "terms";  // the inverted file may lie apart from the records
+  for (const char* extension : {".n01", ".l01", ".ifp", ".inv", ".ifp_10"})
+    std::ofstream(elsewhere + extension) << "x";
+  space->termPath = elsewhere;
+  ASSERT_EQ(VelorDBEmptyTime(space.get(), kTimeout), kOk);
+  EXPECT_EQ(std::filesystem::file_size(elsewhere + ".ifp"), 0U);
+  EXPECT_FALSE(std::filesystem::exists(elsewhere + ".inv"));
+  EXPECT_FALSE(std::filesystem::exists(elsewhere + ".ifp_10"));
+
+  std::filesystem::remove(elsewhere + ".n01");
   EXPECT_EQ(VelorDBEmptyTime(space.get(), kTimeout), kNoInvertedFile);
 }
 

@@ -1,5 +1,6 @@
 // Bulk builds as whole runs of the program: workers, stops and kills at any moment.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -61,6 +63,20 @@ class Catalog : public ProgramDir {
     return test::SharedData().empty() ? "" : test::Problems(test::Verify(File("datai/blank/blank")));
   }
 
+  /// A program made of shell commands; gives its path.
+  [[nodiscard]] std::string WriteScript(const std::string& commands) const {
+    const std::string path = Write("start.sh", "#!/bin/sh\n" + commands);
+    ::chmod(path.c_str(), 0755);
+    return path;
+  }
+
+  /// The log file, whose name has the day in it.
+  [[nodiscard]] std::string Log() const {
+    for (const auto& file : std::filesystem::directory_iterator(Path()))
+      if (file.path().extension() == ".log") return Read(file.path().filename().string());
+    return "";
+  }
+
   [[nodiscard]] int CountFiles(const std::string& directory, const std::string& part) const {
     int count = 0;
     for (const auto& file : std::filesystem::directory_iterator(File(directory)))
@@ -84,7 +100,7 @@ TEST(DictionaryBuild, IsTheSameForAnyNumberOfWorkers) {
     for (const std::string workers : {"1", "2", "3"}) {
       SCOPED_TRACE(sets + " " + workers);
       catalog.Configure("CREATE_OLD_INVERTION_FILES=" + sets + "\nMULTILOAD=" + workers + "\n");
-      EXPECT_NE(catalog.Run({"dict", "-d", "blank"}).out.find("Done"), std::string::npos);
+      EXPECT_NE(catalog.Run({"dict", "-d", "blank"}).out.find("\nDone\n"), std::string::npos);
       if (first.empty()) first = catalog.Dictionary();
       EXPECT_TRUE(catalog.Dictionary() == first);
       EXPECT_EQ(catalog.Findings(), "");
@@ -104,6 +120,72 @@ TEST(DictionaryBuild, GivesFewRecordsToTheLastWorker) {
   EXPECT_TRUE(catalog.Dictionary() == dictionary);
 }
 
+TEST(DictionaryBuild, MakesTheWorkDirectory) {
+  const Catalog catalog(20);
+  catalog.Configure("MULTILOAD=2\n");
+  std::filesystem::remove_all(catalog.File("workdir"));
+  const auto run = catalog.Run({"dict", "-d", "blank"});
+  EXPECT_NE(run.out.find("\nDone\n"), std::string::npos) << run.out << run.err;
+}
+
+// Each run has its own assignments, though all of them lie in one directory.
+TEST(DictionaryBuild, OfTwoDatabasesAtOnceHasWorkersForEach) {
+  const Catalog catalog(50);
+  std::filesystem::create_directory(catalog.File("datai/roan"));
+  for (const std::string extension : {".fst", ".mst", ".xrf", ".n01", ".l01", ".ifp"})
+    std::filesystem::copy_file(catalog.File("datai/blank/blank" + extension),
+                               catalog.File("datai/roan/roan" + extension));
+  std::string parameters;
+  for (int i = 1; i <= 10; ++i) parameters += std::to_string(i) + "=.\\DATAI\\ROAN\\\r\n";
+  catalog.Write("datai/roan.par", parameters);
+  const std::string script = catalog.WriteScript("sleep 0.1\nexec \"$(dirname \"$0\")/velora\" \"$@\"\n");
+  catalog.Configure("CREATE_OLD_INVERTION_FILES=0\nMULTILOAD=2\n[MULTILOAD]\nCMDLINE=" + script + "\n");
+  const pid_t runs[] = {catalog.Start({"dict", "-d", "blank"}), catalog.Start({"dict", "-d", "roan"})};
+  for (const pid_t run : runs) ProgramDir::Wait(run);
+  const std::string postings = catalog.Read("datai/blank/blank.ifp");
+  EXPECT_GT(postings.size(), 1000U);
+  EXPECT_TRUE(catalog.Read("datai/roan/roan.ifp") == postings);
+  EXPECT_EQ(catalog.CountFiles("workdir", "velora_multi"), 0);
+}
+
+TEST(DictionaryBuild, TellsThatAWorkerDoesNotStart) {
+  const Catalog catalog(20);
+  catalog.Configure("MULTILOAD=2\n[MULTILOAD]\nCMDLINE=" + catalog.File("none") + "\n");
+  EXPECT_NE(catalog.Run({"terms", "-d", "blank"}).out.find("result -1\nError -1\n"), std::string::npos);
+  EXPECT_NE(catalog.Log().find("process failed to start"), std::string::npos);
+}
+
+/// Number of the places where a text has a part.
+int CountOf(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) ++count;
+  return count;
+}
+
+// The percentages of all are printed; the live line on the terminal is that of one worker.
+TEST(DictionaryBuild, ReportsTheProgressOfItsWorkers) {
+  const Catalog catalog(10);
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+  ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+  std::filesystem::remove(catalog.File(".stderr"));
+  std::filesystem::create_symlink(::ptsname(terminal), catalog.File(".stderr"));
+  const int keptOpen = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY);  // so that nothing written is lost
+  catalog.Configure("MULTILOAD=2\nREPORT_PROGRESS=1\n");
+  ProgramDir::Wait(catalog.Start({"terms", "-d", "blank"}));
+  char shown[4096];
+  const ssize_t size = ::read(terminal, shown, sizeof shown);
+  ASSERT_GT(size, 0);
+  ::close(keptOpen);
+  ::close(terminal);
+  const std::string live(shown, static_cast<std::size_t>(size));
+  EXPECT_EQ(CountOf(live, "\rTerms: 20%"), 1) << live;
+  EXPECT_EQ(CountOf(live, "\rTerms: 100%"), 1) << live;
+  const std::string out = catalog.Read(".stdout");
+  for (const char* line : {"Terms: 20\n", "Terms: 40\n", "Terms: 80\n"})
+    EXPECT_EQ(CountOf(out, line), 2) << line;
+  EXPECT_EQ(CountOf(out, "Terms: 100\n"), 3);
+}
+
 // A cluster starts the workers by a command of its own.
 TEST(DictionaryBuild, StartsWorkersByTheCommandOfTheSettings) {
   const Catalog catalog(20);
@@ -113,17 +195,15 @@ TEST(DictionaryBuild, StartsWorkersByTheCommandOfTheSettings) {
     const char* output;
     int assignments;  // left behind
   } const cases[] = {
-      {"a wrapper",
-       "#!/bin/sh\necho start >> \"$(dirname \"$0\")/starts\"\nexec \"$(dirname \"$0\")/velora\" \"$@\"\n",
-       "Done", 0},
-      {"it fails", "#!/bin/sh\nexit 7\n", "result 7\n", 2},
-      {"it is killed", "#!/bin/sh\nkill -9 $$\n", "result -9\n", 2},
-      {"it does nothing", "#!/bin/sh\nexit 0\n", "result -1\n", 2},
+      {"a wrapper", "echo start >> \"$(dirname \"$0\")/starts\"\nexec \"$(dirname \"$0\")/velora\" \"$@\"\n",
+       "\nDone\n", 0},
+      {"it fails", "exit 7\n", "result 7\n", 2},
+      {"it is killed", "kill -9 $$\n", "result -9\n", 2},
+      {"it does nothing", "exit 0\n", "result -1\n", 2},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
-    const std::string script = catalog.Write("start.sh", c.script);
-    ::chmod(script.c_str(), 0755);
+    const std::string script = catalog.WriteScript(c.script);
     catalog.Configure("CREATE_OLD_INVERTION_FILES=0\nMULTILOAD=2\n[MULTILOAD]\nCMDLINE=" + script + "\n");
     const std::string before = catalog.Dictionary();
     const std::string out = catalog.Run({"dict", "-d", "blank"}).out;
@@ -138,9 +218,7 @@ TEST(DictionaryBuild, StartsWorkersByTheCommandOfTheSettings) {
 
 TEST(DictionaryBuild, PassesAStopOn) {
   const Catalog catalog(1);
-  const std::string script =
-      catalog.Write("start.sh", "#!/bin/sh\necho $$ >> \"$(dirname \"$0\")/pids\"\nexec sleep 60\n");
-  ::chmod(script.c_str(), 0755);
+  const std::string script = catalog.WriteScript("echo $$ >> \"$(dirname \"$0\")/pids\"\nexec sleep 60\n");
   catalog.Configure("CREATE_OLD_INVERTION_FILES=0\nMULTILOAD=2\n[MULTILOAD]\nCMDLINE=" + script + "\n");
   const pid_t run = catalog.Start({"dict", "-d", "blank"});
   const auto started = [&] {

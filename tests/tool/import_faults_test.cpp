@@ -178,7 +178,7 @@ TEST_F(KilledRunsTest, LeaveADatabaseThatGoesOn) {
 
   Run({"actualif", "-d", "test", "-mf", "1", "-pref", prefix_});
   const std::string kept = Terms();
-  EXPECT_NE(Run({"dict", "-d", "test", "-pref", prefix_}).out.find("Done"), std::string::npos);
+  EXPECT_NE(Run({"dict", "-d", "test", "-pref", prefix_}).out.find("\nDone\n"), std::string::npos);
   EXPECT_TRUE(kept == Terms()) << "the dictionary is that of a build";
   EXPECT_EQ(test::Problems(test::Verify(Database())), "");
 }
