@@ -64,8 +64,6 @@ class Build {
   int SortTerms() {
     if (result_ != kOk) return result_;
     TellSides();
-    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
-    if (lock.result() != kOk) return Report("Sorting terms", lock.result());
     return OnPresentFiles(
         "Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); }, [] { return kOk; });
   }
@@ -73,14 +71,9 @@ class Build {
   int LoadDict() {
     if (result_ != kOk) return result_;
     TellSides();
-    auto lock = std::make_unique<velora::BuildLock>(space_.get(), settings_->relayRecTime);
-    if (lock->result() != kOk) return Report("Loading dictionary", lock->result());
-    const auto finish = [&] {
-      lock.reset();
-      return RenewCells();
-    };
     return OnPresentFiles(
-        "Lk1", ".lk1", "Loading dictionary", [this](const Side& side) { return Load(side); }, finish);
+        "Lk1", ".lk1", "Loading dictionary", [this](const Side& side) { return Load(side); },
+        [this] { return RenewCells(); });
   }
 
  private:
@@ -150,21 +143,27 @@ class Build {
 
   /// Of a catalogue whose dictionary is new; the lock is free.
   int RenewCells() {
-    return sides_.front().space->isTextSpace ? kOk : velora::RenewCells(settings_.get(), space_.get());
+    const bool isCatalogNew = !sides_.empty() && sides_.front().space == space_.get();
+    return isCatalogNew ? velora::RenewCells(settings_.get(), space_.get()) : kOk;
   }
 
-  /// Runs a stage on each side whose input is there, and when all went well `finish`.
+  /// Runs a stage on each side whose input is there, while no other one works on the files of the build, and
+  /// when all went well `finish`.
   template <class Stage, class Finish>
   int OnPresentFiles(const std::string& title, const std::string& extension, const std::string& subject,
                      Stage&& stage, Finish&& finish) {
-    int rc = kOk;
     bool isRun = false;
-    for (const Side& side : sides_) {
-      if (!utils::PathUtil::IsFile(side.space->termPath + extension)) {
-        Tell(title + " file" + side.title + " does not exist");
-      } else if (rc == kOk) {
-        rc = stage(side);
-        isRun = true;
+    int rc = kOk;
+    {
+      const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
+      if (lock.result() != kOk) return Report(subject, lock.result());
+      for (const Side& side : sides_) {
+        if (!utils::PathUtil::IsFile(side.space->termPath + extension)) {
+          Tell(title + " file" + side.title + " does not exist");
+        } else if (rc == kOk) {
+          rc = stage(side);
+          isRun = true;
+        }
       }
     }
     if (!isRun) return kNoRecordFiles;
