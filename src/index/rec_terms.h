@@ -21,8 +21,8 @@
 ///   1, 9    none
 ///
 /// The results of methods 5 to 9 begin with a prefix between two equal characters, which goes before each
-/// word. A term is prefix and word in upper case, well-formed UTF-8, at most kMaxTermBytes, on one line, without
-/// white space at its ends; words of the stop list make none. The rules of words are in words.h.
+/// word. A term is prefix and word in upper case, well-formed UTF-8, at most kMaxTermBytes, on one line,
+/// without white space at its ends; words of the stop list make none. The rules of words are in words.h.
 namespace recif {
 
 using velor_01::TifpItemPosting;
