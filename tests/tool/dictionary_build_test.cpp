@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <filesystem>
 #include <random>
 #include <thread>
+#include <utility>
 
 #include "support/program_runner.h"
 #include "support/verify.h"
@@ -231,6 +233,27 @@ TEST(DictionaryBuild, PassesAStopOn) {
   ::kill(run, SIGTERM);
   EXPECT_EQ(ProgramDir::Wait(run), 0);
   EXPECT_NE(catalog.Read(".stdout").find("result -"), std::string::npos) << catalog.Read(".stdout");
+}
+
+TEST(DictionaryBuild, TellsOfAFullDiskAndKeepsTheDictionary) {
+  const Catalog catalog(100);
+  catalog.Configure("CREATE_OLD_INVERTION_FILES=0\nMULTILOAD=1\n");
+  catalog.Run({"dict", "-d", "blank"});
+  const std::string dictionary = catalog.Dictionary();
+  rlimit former{};
+  getrlimit(RLIMIT_FSIZE, &former);
+  const rlimit tight{16384, former.rlim_max};  // bytes: as if the disk were full from there on
+  for (const auto& [tool, message] : {std::pair("terms", "Ln1 file not written: "),
+                                      {"sort", "Lk1 file not written: "},
+                                      {"loaddict", "Dictionary files not written: "}}) {
+    setrlimit(RLIMIT_FSIZE, &tight);
+    const test::RunResult failed = catalog.Run({tool, "-d", "blank"});
+    setrlimit(RLIMIT_FSIZE, &former);
+    EXPECT_NE(failed.err.find(message), std::string::npos) << failed.err;
+    EXPECT_NE(failed.out.find("Error -"), std::string::npos) << failed.out;
+    EXPECT_EQ(catalog.Dictionary(), dictionary) << tool;
+    EXPECT_NE(catalog.Run({tool, "-d", "blank"}).out.find("\nDone\n"), std::string::npos) << tool;
+  }
 }
 
 // Whatever moment a build dies at, the dictionary is the old one or the new one, and the next build ends
