@@ -12,6 +12,17 @@ namespace {
 
 constexpr std::string_view kRangeMark = "[...]";
 
+/// Where the sign of a range stands outside quotes; npos without one. Titles have it, too, for words left
+/// out.
+std::size_t FindRangeMark(std::string_view text) {
+  bool isQuoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') isQuoted = !isQuoted;
+    if (!isQuoted && text.substr(i).starts_with(kRangeMark)) return i;
+  }
+  return std::string_view::npos;
+}
+
 bool TakeTruncation(std::string* term) {
   if (!term->ends_with('$')) return false;
   term->pop_back();
@@ -58,10 +69,18 @@ std::vector<int> ParseQualification(std::string_view text) {
   return tags;
 }
 
+Operand BeginningOf(std::string_view text) {
+  Operand operand;
+  operand.term = text;
+  operand.isTruncated = true;
+  CutToLongest(&operand.term, true);
+  return operand;
+}
+
 Operand ParseOperand(std::string_view text) {
   Operand operand;
   std::string qualification;
-  if (const std::size_t mark = text.find(kRangeMark); mark != std::string_view::npos) {
+  if (const std::size_t mark = FindRangeMark(text); mark != std::string_view::npos) {
     operand.isRange = true;
     operand.last = FindEndQuote(text.substr(mark + kRangeMark.size()), &qualification);
     operand.tags = ParseQualification(qualification);

@@ -22,6 +22,9 @@ struct Operand {
 /// Takes the text of an operand apart. Any text is an operand: what is not closed stands for itself.
 [[nodiscard]] Operand ParseOperand(std::string_view text);
 
+/// The operand for every term that begins with `text`, in which no character has a meaning.
+[[nodiscard]] Operand BeginningOf(std::string_view text);
+
 /// Takes the quotes off a term: `"TERM"/(200)` becomes `TERM`, and `qualification` receives `200`. A text
 /// without an opening quote stays, and has no qualification.
 [[nodiscard]] std::string FindEndQuote(std::string_view text, std::string* qualification);

@@ -46,6 +46,8 @@ TEST(OperandTest, TakesFormsApart) {
       {"\"A A\"[...]\"B B\"/(3)", "A A[...]B B/3"},
       {"\"A\"/(4)[...]B$", "A[...]B$/4"},
       {"A$[...]", "A[...]"},
+      {"\"A [...] B\"", "A [...] B"},  // quotes make it part of the term
+      {"\"A[...]\"[...]\"B[...]\"$", "A[...][...]B[...]$"},
       {"", ""},
   };
   for (const auto& c : cases) {
