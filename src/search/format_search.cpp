@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "format/velor64_context.h"
+#include "search/operand.h"
+#include "search/posting_collector.h"
 #include "search/search18.h"
-#include "search/tmthrd_32.h"
+#include "search/term_walk.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/edge.h"
@@ -61,8 +63,11 @@ void ReadList(const velor_01::TIntList& list, std::vector<int>* records) {
 void SearchPrefix(TVelorSpace* space, const std::string& text, std::vector<int>* records) {
   Bitarr::TBitList bits;
   velor_01::TIntList found;
-  Tmthrd_32::TrmPostProc_Range(space, space->path, text + "$", 0, &bits, nullptr, nullptr,
-                               Tmthrd_32::kNoLimit, Tmthrd_32::kNoLimit, Tmthrd_32::kNoLimit, false);
+  Tmthrd_32::Wanted wanted;
+  wanted.mfnBits = &bits;
+  Tmthrd_32::PostingCollector collector(space, wanted);
+  Tmthrd_32::TermWalk(space, collector).Run(Tmthrd_32::BeginningOf(text));
+  collector.Finish();
   BitToIntList(&bits, &found);
   ReadList(found, records);
 }
