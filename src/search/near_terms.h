@@ -21,6 +21,10 @@ constexpr int kSequenceOp = 6;  // in the written order, one behind the other
 /// A term stands at a place: record, tag and, from (F) on, occurrence. For the distance operators each of its
 /// positions there further stands for the starts at which a stretch of the occurrence would have the term
 /// where the operator wants it. Terms stand together where they share a start.
+///
+/// Tmthrd_32::TrmPostCashProc reads the same levels for one record at a time, from the postings of all terms
+/// at once and with a bit for each position. The result is equal; here one pass over the postings gives it,
+/// and neither a position out of range nor a step of many terms costs memory.
 class CommonPlaces {
  public:
   CommonPlaces(int terms, int op) : terms_(terms), op_(op) {}

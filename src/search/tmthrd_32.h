@@ -92,6 +92,7 @@ int TrmPostCash(TVelorSpace* space, const std::string& term, const TBitList* mfn
 ///   mfn, tag, occ, op 5     of the `index` numbers from each position downwards
 ///   mfn, tag, occ, other op of the position less `index`
 /// A limit above 0 leaves out values above it, 0 everything. Numbers below 1 have no bit.
+/// For callers that look at single records. A search goes through whole lists (near_terms.h).
 void TrmPostCashProc(const TIntList* posts, TBitList* out, int limit, int mfn, int tag, int occ, int unused,
                      int index, unsigned char op);
 

@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "search/near_terms.h"
 #include "search/rang_search.h"
 #include "search/search18.h"
 #include "storage/process.h"
