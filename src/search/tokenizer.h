@@ -88,8 +88,7 @@ int AddOp(const std::string& text, std::string op, int firstStep, velor_01::TStr
 
 /// The words that a ranked search for the expression looks for.
 ///   words   receives them in the order of the steps, each once, without prefix, quotes, qualification and
-///   marks. What
-///           is subtracted in the expression is no word of it, nor is a range
+///           marks. What is subtracted in the expression is no word of it, nor is a range
 ///   prefix  receives what the first term has up to its "=", that included; "" without one
 ///   text    receives the words with blanks between them
 void ConvertToFullText(velor_01::TStringList* words, std::string expression, std::string& prefix,

@@ -10,14 +10,17 @@ namespace velor_01 {
 /// In a full-text database all eight words are stored, in an ordinary one the first four, and the rest is
 /// zero.
 ///
-///   field         term of the catalogue           term of a page             word of a picture
-///   mfn           record number                   record number              record number
-///   tag           tag of the selection table      tag of the selection table -(x1 + 65536 * y1) of the
-///   word's box occ           occurrence, from 1              the record number again    -(x2 + 65536 * y2)
-///   pos           position inside the occurrence  word number in the record  number of the word map entry,
-///   from 1 wordsInPiece  0                               words on the page          0 reserved      0 0 0
-///   page          0                               page, from 1               0
-///   pageWord      0                               word number on the page    0
+///   field         catalogue term     term of a page             word of a picture
+///   mfn           record number      record number              record number
+///   tag           tag of the table   tag of the table           -(x1 + 65536 * y1) of the word's box
+///   occ           occurrence, from 1 the record number again    -(x2 + 65536 * y2)
+///   pos           position in it     word number in the record  number of the word map entry, from 1
+///   wordsInPiece  0                  words on the page          0
+///   reserved      0                  0                          0
+///   page          0                  page, from 1               0
+///   pageWord      0                  word number on the page    0
+///
+/// The table is the selection table of the dictionary.
 struct TifpItemPosting {
   std::int32_t mfn = 0;
   std::int32_t tag = 0;
