@@ -45,6 +45,10 @@ bool BuildFile::OpenAtEnd(const std::string& path) {
   return Open(handle, backup::_llseek(handle, 0, SEEK_END));
 }
 
+bool BuildFile::OpenAt(const std::string& path, std::int64_t position) {
+  return Open(backup::_lopen(path.c_str(), velor_32::kOpenWrite), position);
+}
+
 void BuildFile::Append(const void* bytes, std::size_t size) {
   if (!isGood_) return;
   if (size > kBufferSize - used_) {

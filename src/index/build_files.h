@@ -21,6 +21,8 @@ class BuildFile {
   /// fails.
   [[nodiscard]] bool Create(const std::string& path);
   [[nodiscard]] bool OpenAtEnd(const std::string& path);
+  /// Opens a file that is there, to write from `position` on.
+  [[nodiscard]] bool OpenAt(const std::string& path, std::int64_t position);
 
   void Append(const void* bytes, std::size_t size);
   void Append(std::string_view bytes) { Append(bytes.data(), bytes.size()); }

@@ -180,7 +180,7 @@ int VelorLnkSort(VelorAContext* ctx, const std::string& inStem, const std::strin
   if (!directory.empty() && directory.back() != '/') directory += '/';
   int rc = VelorLnkSort0(ctx, inStem + ".ln1", unfinished, directory, settings);
   if (rc == kOk && std::rename(unfinished.c_str(), output.c_str()) != 0) rc = kWriteFailed;
-  if (rc == kWriteFailed) ReportBuildError("Lk1 file not written: " + output);
+  if (rc == kWriteFailed && FileSize(unfinished) >= 0) ReportBuildError("Lk1 file not written: " + output);
   if (rc != kOk) ::unlink(unfinished.c_str());
   if (rc == kOk) VelorReportProgress(ctx, AdmOperation::kSort, 100);
   return rc;

@@ -1,18 +1,23 @@
 #include "index/term_sort.h"
 
+#include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <numeric>
 
 #include "index/build_files.h"
 #include "index/dict_load.h"
+#include "index/multiload.h"
 #include "index/progress.h"
 #include "index/term_line.h"
 #include "storage/codes.h"
 #include "storage/master_file.h"
+#include "storage/process.h"
 #include "utils/endian.h"
 #include "utils/file_layer.h"
 #include "utils/text_util.h"
@@ -35,6 +40,8 @@ constexpr std::size_t kFirstSlots = 1 << 16;
 constexpr std::size_t kCheckLines = 65536;  // between two looks at the stop flag
 constexpr std::size_t kLookAhead = 64;      // lines whose terms are looked up together
 constexpr std::ptrdiff_t kPrefetch = 32;    // lines ahead
+constexpr std::size_t kLineEndBytes = 2;
+constexpr std::size_t kLinesForTwo = 200000;  // from which a second process is worth its start
 constexpr std::uint32_t kPrefixBytes = sizeof(std::uint64_t);
 
 std::uint32_t Hash(std::string_view term) {
@@ -125,7 +132,8 @@ void TTerms::TakeLine(std::string_view line) {
   const LineFault fault = ParseTermLine(line, numbers_, &parsed);
   const auto offset = static_cast<std::uint32_t>(line.data() - text_.get());
   if (fault == LineFault::kNone) {
-    pending_.push_back({offset, Hash(parsed.term), parsed.term, 0});
+    const auto bytes = static_cast<std::uint32_t>(line.size() + kLineEndBytes);
+    pending_.push_back({offset, Hash(parsed.term), parsed.term, 0, bytes});
   } else if (fault != LineFault::kFieldCount) {
     ReportBuildError("sorting: incorrect term line at offset " + std::to_string(offset));
     ReportBuildError("sorting: incorrect term line " + std::string(line));
@@ -202,12 +210,13 @@ std::uint32_t TTerms::FindTerm(const Pending& line) {
     Distinct& known = distinct_[slots_[place].index];
     if (TermOf(known) != line.term) continue;
     ++known.count;
+    known.bytes += line.bytes;
     return slots_[place].index;
   }
   const auto index = static_cast<std::uint32_t>(distinct_.size());
   slots_[place] = {line.hash, index};
   distinct_.push_back({static_cast<std::uint32_t>(line.term.data() - text_.get()), line.hash, 1,
-                       static_cast<std::uint32_t>(line.term.size())});
+                       static_cast<std::uint32_t>(line.term.size()), line.bytes});
   hasOnlyValidTerms_ = hasOnlyValidTerms_ && IsPlainTerm(line.term);
   return index;
 }
@@ -257,12 +266,22 @@ void TTerms::SortKeys(Key* first, Key* last, std::uint32_t depth) const {
 void TTerms::SpreadLines(const std::vector<std::uint32_t>& sorted) {
   std::vector<std::uint32_t> next(distinct_.size());
   std::uint32_t place = 0;
+  std::int64_t bytes = 0;
+  const std::int64_t half =
+      std::accumulate(distinct_.begin(), distinct_.end(), std::int64_t{0},
+                      [](std::int64_t sum, const Distinct& distinct) { return sum + distinct.bytes; }) /
+      2;
   for (std::size_t i = 0; i < sorted.size(); ++i) {
     const Distinct& distinct = distinct_[sorted[i]];
     // Texts that are no valid UTF-8 can differ and be one term.
     const bool isSameTerm = i > 0 && !hasOnlyValidTerms_ &&
                             utils::CompareUtf8(TermOf(distinct_[sorted[i - 1]]), TermOf(distinct)) == 0;
     if (isSameTerm) groupEnds_.pop_back();
+    if (bytes <= half && !isSameTerm) {
+      tailGroup_ = groupEnds_.size();
+      tailOffset_ = bytes;
+    }
+    bytes += distinct.bytes;
     next[sorted[i]] = place;
     place += distinct.count;
     groupEnds_.push_back(place);
@@ -303,22 +322,45 @@ int TTerms::SaveToFile(const std::string& path, bool append) {
   BuildFile file;
   const bool isOpen = append ? file.OpenAtEnd(path) : file.Create(path);
   if (!isOpen) return kWriteFailed;
-  std::uint32_t* first = order_.get();
-  const std::uint32_t* const end = first + count_;
+  const std::int64_t tailStart = file.position() + tailOffset_;
+  const pid_t self = ::getpid();
+  const pid_t helper = UsesWorkers(*ctx_) && count_ >= kLinesForTwo ? ::fork() : -1;
+  if (helper == 0) {
+    // A build that was killed and begun again must not find anybody writing.
+    const bool hasParent = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == self;
+    ::_exit(hasParent && SaveTail(path, tailStart) == kOk ? 0 : 1);
+  }
+  int rc = SaveGroups(0, helper > 0 ? tailGroup_ : groupEnds_.size(), &file);
+  if (!file.Close() && rc == kOk) rc = kWriteFailed;
+  if (helper > 0 && app::WaitProcess(helper) != 0 && rc == kOk)
+    rc = app::CheckStopProcess(ctx_->app) ? kStopped : kWriteFailed;
+  return rc;
+}
+
+/// Runs in a process of its own, on the memory that it got from its parent.
+int TTerms::SaveTail(const std::string& path, std::int64_t start) {
+  BuildFile file;
+  if (!file.OpenAt(path, start)) return kWriteFailed;
+  const int rc = SaveGroups(tailGroup_, groupEnds_.size(), &file);
+  return file.Close() || rc != kOk ? rc : kWriteFailed;
+}
+
+int TTerms::SaveGroups(std::size_t firstGroup, std::size_t endGroup, BuildFile* file) {
+  std::uint32_t* first = order_.get() + (firstGroup == 0 ? 0 : groupEnds_[firstGroup - 1]);
+  const std::uint32_t* const end = order_.get() + count_;
   const auto fetch = [&](const std::uint32_t* line) {
     if (line < end) __builtin_prefetch(text_.get() + *line);
   };
-  std::size_t groups = 0;
-  for (const std::uint32_t groupEnd : groupEnds_) {
-    if (groups++ % kCheckLines == 0 && app::CheckStopProcess(ctx_->app)) return kStopped;
-    std::uint32_t* const last = order_.get() + groupEnd;
+  for (std::size_t group = firstGroup; group < endGroup; ++group) {
+    if ((group - firstGroup) % kCheckLines == 0 && app::CheckStopProcess(ctx_->app)) return kStopped;
+    std::uint32_t* const last = order_.get() + groupEnds_[group];
     SortGroup(first, last);
     for (; first != last; ++first) {
       fetch(first + kPrefetch);
-      file.AppendLine(LineAt(*first));
+      file->AppendLine(LineAt(*first));
     }
   }
-  return file.Close() ? kOk : kWriteFailed;
+  return kOk;
 }
 
 int TTerms::CompareTerms(std::string_view lineA, std::string_view lineB, int numbers) {

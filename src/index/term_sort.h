@@ -20,6 +20,8 @@
 /// A file that does not fit is cut into pieces by ranges of terms: sorted one by one they make up the whole.
 namespace velora {
 
+class BuildFile;
+
 /// The first eight bytes of a text as a number, the first one highest, zeros behind the end: for two texts
 /// that differ in them the order of the numbers is that of the bytes.
 [[nodiscard]] std::uint64_t TermPrefix(std::string_view text);
@@ -55,7 +57,8 @@ class TTerms {
   /// Result 0 or -999.
   int Sort();
 
-  /// Writes the lines in order to a new file, or behind what is in it. Result 0, -516 or -999.
+  /// Writes the lines in order to a new file, or behind what is in it; of many lines a second process writes
+  /// half, unless there is to be but one. Result 0, -516 or -999.
   int SaveToFile(const std::string& path, bool append);
 
   /// Gives up the text and what was found in it.
@@ -80,6 +83,7 @@ class TTerms {
     std::uint32_t hash;
     std::uint32_t count;  // of its lines
     std::uint32_t length;
+    std::uint32_t bytes;  // of its lines, with their ends, in the output
   };
   struct Slot {
     std::uint32_t hash;
@@ -101,7 +105,8 @@ class TTerms {
     std::uint32_t offset;
     std::uint32_t hash;
     std::string_view term;
-    std::size_t place;  // of the first slot that the term can be in
+    std::size_t place;    // of the first slot that the term can be in
+    std::uint32_t bytes;  // of the line with its end
   };
 
   int Parse();
@@ -116,6 +121,8 @@ class TTerms {
   void SortKeys(Key* first, Key* last, std::uint32_t depth) const;
   void LoadPrefixes(Key* first, Key* last, std::uint32_t depth) const;
   void SpreadLines(const std::vector<std::uint32_t>& sorted);
+  int SaveGroups(std::size_t firstGroup, std::size_t endGroup, BuildFile* file);
+  [[nodiscard]] int SaveTail(const std::string& path, std::int64_t start);
   void SortGroup(std::uint32_t* first, std::uint32_t* last) const;
   [[nodiscard]] bool IsBefore(std::uint32_t a, std::uint32_t b) const;
   [[nodiscard]] std::string_view LineAt(std::uint32_t offset) const;
@@ -138,6 +145,8 @@ class TTerms {
   std::vector<Slot> slots_;               // a power of two; free ones have the index kNone
   Array<std::uint32_t> order_;            // offsets of the lines, by term
   std::vector<std::uint32_t> groupEnds_;  // in order_: of the lines of one term
+  std::size_t tailGroup_ = 0;             // from which the second half of the output begins
+  std::int64_t tailOffset_ = 0;           // of that half, in bytes
 
   int pieceCount_ = 0;
   std::vector<std::string> bounds_;  // ascending; each is the first term of a piece

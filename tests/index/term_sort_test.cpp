@@ -152,6 +152,24 @@ TEST_F(Sort, TakesAFileOfOneTerm) {
   }
 }
 
+// So many lines are written by two processes.
+TEST_F(Sort, WritesTheSameInOneProcessAndInTwo) {
+  std::mt19937 random(11);
+  for (const unsigned terms : {1U, 2U, 50000U}) {
+    SCOPED_TRACE(terms);
+    std::string text;
+    for (int i = 0; i < 250000; ++i)
+      text += std::to_string(random() % 1000) + " 1 1 " + std::to_string(i) + " T" +
+              std::to_string(random() % terms) + "\n";
+    Configure("[MAIN]\nMULTILOAD=1\n");
+    const std::string byOne = Run(text, false, 100000000);
+    ASSERT_EQ(result_, 0);
+    Configure("[MAIN]\nMULTILOAD=2\n");
+    EXPECT_TRUE(Run(text, false, 100000000) == byOne);
+    EXPECT_EQ(result_, 0);
+  }
+}
+
 TEST_F(Sort, PassesOverLinesThatAreNone) {
   struct {
     const char* why;
