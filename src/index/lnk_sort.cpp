@@ -122,7 +122,11 @@ class Sorter {
     TTerms terms(ctx_, numbers_, settings_.memoryLimit);
     if (int rc = terms.LoadFromFile(run); rc != kOk) return rc;
     if (int rc = terms.Sort(); rc != kOk) return rc;
-    return terms.isTooLarge() ? velor_32::kNoMemory : terms.SaveToFile(run, false);
+    if (terms.isTooLarge()) return velor_32::kNoMemory;
+    TemporaryFiles sorted;
+    sorted.push_back(run + "_");
+    if (int rc = terms.SaveToFile(sorted.back(), false); rc != kOk) return rc;
+    return std::rename(sorted.back().c_str(), run.c_str()) == 0 ? kOk : kWriteFailed;
   }
 
   struct Source {

@@ -33,7 +33,6 @@ namespace {
 constexpr std::int64_t kLeastLimit = 1000000;
 constexpr std::int64_t kMostLimit = 858993459;               // offsets in the text are words of 32 bits
 constexpr std::size_t kSpareMemory = std::size_t{40} << 20;  // beside the limit, for what goes with the text
-constexpr std::size_t kPadding = 8;                          // so that eight bytes can be loaded anywhere
 constexpr std::uint32_t kNone = UINT32_MAX;
 constexpr std::size_t kItemStep = 1 << 20;
 constexpr std::size_t kFirstSlots = 1 << 16;
@@ -84,20 +83,15 @@ int TTerms::LoadFromFile(const std::string& path) {
   path_ = path;
   size_ = backup::_llseek(handle, 0, SEEK_END);
   isTooLarge_ = size_ > memoryLimit_;
-  bool isRead = size_ >= 0;
-  if (isRead && !isTooLarge_) {
-    const auto bytes = static_cast<std::size_t>(size_);
-    text_.reset(static_cast<char*>(std::malloc(bytes + kPadding)));
-    if (!text_) throw std::bad_alloc();
-    std::memset(text_.get() + bytes, 0, kPadding);
-    isRead = utils::ReadAt(handle, 0, text_.get(), bytes);
-  }
+  const bool isWanted = size_ > 0 && !isTooLarge_;
+  if (isWanted && map_.Follow(handle)) text_ = map_.At(0, static_cast<std::size_t>(size_));
   backup::_lclose(handle);
-  return isRead ? kOk : kNoRecordFiles;
+  return size_ < 0 || (isWanted && text_ == nullptr) ? kNoRecordFiles : kOk;
 }
 
 void TTerms::FreeText() {
-  text_.reset();
+  text_ = nullptr;
+  map_.Drop();
   items_.reset();
   count_ = capacity_ = 0;
   std::vector<Distinct>().swap(distinct_);
@@ -113,7 +107,7 @@ int TTerms::Sort() {
 }
 
 int TTerms::Parse() {
-  const char* at = text_.get();
+  const char* at = text_;
   const char* const end = at + size_;
   for (std::size_t lines = 0; at < end; ++lines) {
     if (lines % kCheckLines == 0 && app::CheckStopProcess(ctx_->app)) return kStopped;
@@ -130,7 +124,7 @@ int TTerms::Parse() {
 void TTerms::TakeLine(std::string_view line) {
   TermLine parsed;
   const LineFault fault = ParseTermLine(line, numbers_, &parsed);
-  const auto offset = static_cast<std::uint32_t>(line.data() - text_.get());
+  const auto offset = static_cast<std::uint32_t>(line.data() - text_);
   if (fault == LineFault::kNone) {
     const auto bytes = static_cast<std::uint32_t>(line.size() + kLineEndBytes);
     pending_.push_back({offset, Hash(parsed.term), parsed.term, 0, bytes});
@@ -165,7 +159,7 @@ void TTerms::FetchTerms() {
   }
   for (const Pending& line : pending_)
     if (slots_[line.place].index != kNone)
-      __builtin_prefetch(text_.get() + distinct_[slots_[line.place].index].offset);
+      __builtin_prefetch(text_ + distinct_[slots_[line.place].index].offset);
 }
 
 /// Whether text, lines and terms stay within the bounds, now and when the terms are sorted.
@@ -215,14 +209,14 @@ std::uint32_t TTerms::FindTerm(const Pending& line) {
   }
   const auto index = static_cast<std::uint32_t>(distinct_.size());
   slots_[place] = {line.hash, index};
-  distinct_.push_back({static_cast<std::uint32_t>(line.term.data() - text_.get()), line.hash, 1,
+  distinct_.push_back({static_cast<std::uint32_t>(line.term.data() - text_), line.hash, 1,
                        static_cast<std::uint32_t>(line.term.size()), line.bytes});
   hasOnlyValidTerms_ = hasOnlyValidTerms_ && IsPlainTerm(line.term);
   return index;
 }
 
 std::string_view TTerms::TermOf(const Distinct& distinct) const {
-  return {text_.get() + distinct.offset, distinct.length};
+  return {text_ + distinct.offset, distinct.length};
 }
 
 /// The distinct terms in their order, which for valid UTF-8 is that of the bytes.
@@ -293,12 +287,12 @@ void TTerms::SpreadLines(const std::vector<std::uint32_t>& sorted) {
 }
 
 std::string_view TTerms::LineAt(std::uint32_t offset) const {
-  const char* const at = text_.get() + offset;
-  return {at, static_cast<std::size_t>(FindLineEnd(at, text_.get() + size_) - at)};
+  const char* const at = text_ + offset;
+  return {at, static_cast<std::size_t>(FindLineEnd(at, text_ + size_) - at)};
 }
 
 bool TTerms::IsBefore(std::uint32_t a, std::uint32_t b) const {
-  const int order = CompareLineNumbers(text_.get() + a, text_.get() + b, numbers_);
+  const int order = CompareLineNumbers(text_ + a, text_ + b, numbers_);
   return order != 0 ? order < 0 : LineAt(a) < LineAt(b);
 }
 
@@ -307,7 +301,7 @@ bool TTerms::IsBefore(std::uint32_t a, std::uint32_t b) const {
 void TTerms::SortGroup(std::uint32_t* first, std::uint32_t* last) const {
   std::ptrdiff_t moves = 8 * (last - first);
   for (std::uint32_t* line = first + 1; line < last; ++line) {
-    if (last - line > kPrefetch) __builtin_prefetch(text_.get() + line[kPrefetch]);
+    if (last - line > kPrefetch) __builtin_prefetch(text_ + line[kPrefetch]);
     const std::uint32_t moved = *line;
     std::uint32_t* place = line;
     for (; place > first && IsBefore(moved, place[-1]) && moves > 0; --place, --moves) *place = place[-1];
@@ -331,6 +325,7 @@ int TTerms::SaveToFile(const std::string& path, bool append) {
     ::_exit(hasParent && SaveTail(path, tailStart) == kOk ? 0 : 1);
   }
   int rc = SaveGroups(0, helper > 0 ? tailGroup_ : groupEnds_.size(), &file);
+  if (rc == kOk && map_.wasCut()) rc = kNoRecordFiles;
   if (!file.Close() && rc == kOk) rc = kWriteFailed;
   if (helper > 0 && app::WaitProcess(helper) != 0 && rc == kOk)
     rc = app::CheckStopProcess(ctx_->app) ? kStopped : kWriteFailed;
@@ -341,7 +336,8 @@ int TTerms::SaveToFile(const std::string& path, bool append) {
 int TTerms::SaveTail(const std::string& path, std::int64_t start) {
   BuildFile file;
   if (!file.OpenAt(path, start)) return kWriteFailed;
-  const int rc = SaveGroups(tailGroup_, groupEnds_.size(), &file);
+  int rc = SaveGroups(tailGroup_, groupEnds_.size(), &file);
+  if (rc == kOk && map_.wasCut()) rc = kNoRecordFiles;
   return file.Close() || rc != kOk ? rc : kWriteFailed;
 }
 
@@ -349,7 +345,7 @@ int TTerms::SaveGroups(std::size_t firstGroup, std::size_t endGroup, BuildFile* 
   std::uint32_t* first = order_.get() + (firstGroup == 0 ? 0 : groupEnds_[firstGroup - 1]);
   const std::uint32_t* const end = order_.get() + count_;
   const auto fetch = [&](const std::uint32_t* line) {
-    if (line < end) __builtin_prefetch(text_.get() + *line);
+    if (line < end) __builtin_prefetch(text_ + *line);
   };
   for (std::size_t group = firstGroup; group < endGroup; ++group) {
     if ((group - firstGroup) % kCheckLines == 0 && app::CheckStopProcess(ctx_->app)) return kStopped;

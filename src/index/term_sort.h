@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "storage/maintenance_context.h"
+#include "utils/file_map.h"
 
 /// Sorting in memory: the middle stage of a bulk build, for a file or a piece of one (lnk_sort.h). Lines
 /// are ordered by term, and lines of one term by their numbers.
@@ -46,7 +47,7 @@ class TTerms {
   TTerms(const TTerms&) = delete;
   TTerms& operator=(const TTerms&) = delete;
 
-  /// Reads a file, unless it is above the limit. Result 0 or -400.
+  /// Maps a file, unless it is above the limit; the file must not change until the end. Result 0 or -400.
   int LoadFromFile(const std::string& path);
   /// True when the file does not fit: the text is above the limit, or turned out to be with what the sort
   /// needs beside it.
@@ -58,7 +59,8 @@ class TTerms {
   int Sort();
 
   /// Writes the lines in order to a new file, or behind what is in it; of many lines a second process writes
-  /// half, unless there is to be but one. Result 0, -516 or -999.
+  /// half, unless there is to be but one. Result 0, -400 when the
+  /// file that was read was cut meanwhile, -516 or -999.
   int SaveToFile(const std::string& path, bool append);
 
   /// Gives up the text and what was found in it.
@@ -136,7 +138,8 @@ class TTerms {
   std::int64_t size_ = 0;
   bool isTooLarge_ = false;
   bool hasOnlyValidTerms_ = true;
-  Array<char> text_;  // with zeros behind it
+  utils::FileMap map_;
+  const char* text_ = nullptr;  // in the map
   std::vector<Pending> pending_;
   Array<TTerm> items_;
   std::size_t count_ = 0;

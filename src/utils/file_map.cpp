@@ -51,6 +51,23 @@ void InstallHandler() {
   });
 }
 
+/// Bytes of the map of a file: its pages and one that stays empty.
+std::size_t MapSize(std::int64_t size) {
+  return (static_cast<std::size_t>(size) / pageSize + 2) * pageSize;
+}
+
+/// Maps a file, with an empty page behind it. Null when that cannot be had.
+char* MapFile(int handle, std::int64_t size) {
+  const std::size_t all = MapSize(size);
+  void* const room = ::mmap(nullptr, all, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (room == MAP_FAILED) return nullptr;
+  const auto bytes = static_cast<std::size_t>(size);
+  if (::mmap(room, bytes, PROT_READ, MAP_SHARED | MAP_FIXED, handle, 0) != MAP_FAILED)
+    return static_cast<char*>(room);
+  ::munmap(room, all);
+  return nullptr;
+}
+
 /// A free place, taken for the caller; -1 when there is none.
 int TakePlace() {
   for (std::size_t i = 0; i < ranges.size(); ++i) {
@@ -74,15 +91,14 @@ bool FileMap::Follow(int handle) {
   InstallHandler();
   place_ = TakePlace();
   if (place_ < 0) return false;
-  void* const start =
-      ::mmap(nullptr, static_cast<std::size_t>(now.st_size), PROT_READ, MAP_SHARED, handle, 0);
+  char* const start = MapFile(handle, now.st_size);
   MappedRange& range = ranges[static_cast<std::size_t>(place_)];
-  if (start == MAP_FAILED) {
+  if (start == nullptr) {
     range.begin = 0;
     place_ = -1;
     return false;
   }
-  start_ = static_cast<char*>(start);
+  start_ = start;
   size_ = now.st_size;
   range.wasCut = false;
   range.end = reinterpret_cast<std::uintptr_t>(start_) + static_cast<std::uintptr_t>(size_);
@@ -90,10 +106,14 @@ bool FileMap::Follow(int handle) {
   return true;
 }
 
+bool FileMap::wasCut() const {
+  return place_ >= 0 && ranges[static_cast<std::size_t>(place_)].wasCut;
+}
+
 void FileMap::Drop() {
   if (place_ < 0) return;
   ranges[static_cast<std::size_t>(place_)].begin = kTaken;
-  ::munmap(start_, static_cast<std::size_t>(size_));
+  ::munmap(start_, MapSize(size_));
   ranges[static_cast<std::size_t>(place_)].begin = 0;
   start_ = nullptr;
   size_ = 0;

@@ -8,6 +8,8 @@ namespace utils {
 /// A file in memory for reading, without a copy and without a call of the system for each read. Changes by
 /// other processes show at once, so a reader must check what it reads as if it came from a damaged file.
 ///
+/// At least eight zero bytes stand behind the end, so that words can be loaded anywhere.
+///
 /// A file may be cut while it is mapped. What lies behind its new end then reads as zeros: a page that can no
 /// longer be had, also by an error of the disk, is replaced by an empty one in a handler of SIGBUS, which the
 /// first map installs. Faults elsewhere go to the handler that was there before.
@@ -23,6 +25,9 @@ class FileMap {
   bool Follow(int handle);
 
   void Drop();
+
+  /// Whether the file was cut since Follow, as far as what was read shows.
+  [[nodiscard]] bool wasCut() const;
 
   /// Where byte `offset` lies in memory; null unless `len` bytes from there are in the map. Good until Follow
   /// or Drop.
