@@ -15,7 +15,7 @@
 #include "storage/codes.h"
 #include "storage/database_open.h"
 #include "storage/edge.h"
-#include "storage/term_read.h"
+#include "storage/term_first.h"
 #include "utils/mfn_tag_list.h"
 #include "utils/path_util.h"
 #include "utils/string_utils.h"
@@ -45,8 +45,7 @@ template <class Visit>
 int ForEachTerm(TVelorSpace* space, const std::string& prefix, Visit&& visit) {
   char term[velor_01::kTermBufferSize] = {};
   prefix.copy(term, sizeof term - 1);
-  int rc = velor_32::Velorfind0(space, term, true);
-  if (rc == velor_32::kTermNotFound || rc == velor_32::kBelowFirstTerm) rc = kOk;
+  int rc = velor_32::FindFirstTerm(space, term);
   for (; rc == kOk; rc = velor_32::Velornxtterm(space, term)) {
     if (!std::string_view(term).starts_with(prefix)) return kOk;
     if (app::CheckStopProcess(space->app)) return kStopped;

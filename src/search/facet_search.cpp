@@ -6,7 +6,7 @@
 #include "index/facet_cells.h"
 #include "storage/codes.h"
 #include "storage/edge.h"
-#include "storage/term_read.h"
+#include "storage/term_first.h"
 #include "utils/mfn_tag_list.h"
 
 namespace Search18 {
@@ -46,8 +46,7 @@ bool AddUp(const TMfnTagList& values, TMfnTagList* totals) {
 int FindText(TVelorSpace* space, const std::string& key, std::string* text) {
   char term[velor_01::kTermBufferSize] = {};
   key.copy(term, sizeof term - 1);
-  int rc = velor_32::Velorfind0(space, term, true);
-  if (rc == velor_32::kTermNotFound || rc == velor_32::kBelowFirstTerm) rc = kOk;
+  int rc = velor_32::FindFirstTerm(space, term);
   while (rc == kOk && std::string_view(term).starts_with(key) && velor_32::Velornposts(space) == 0)
     rc = velor_32::Velornxtterm(space, term);
   if (rc == velor_32::kNoInvertedFile) return rc;

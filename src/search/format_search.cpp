@@ -13,7 +13,7 @@
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/edge.h"
-#include "storage/term_read.h"
+#include "storage/term_first.h"
 
 namespace Search18 {
 
@@ -97,8 +97,7 @@ int CountPrefix(TVelorSpace* space, const std::string& text) {
   char term[velor_01::kTermBufferSize] = {};
   text.copy(term, sizeof term - 1);
   const std::string prefix = term;
-  int rc = velor_32::Velorfind0(space, term, true);
-  if (rc == velor_32::kTermNotFound || rc == velor_32::kBelowFirstTerm) rc = kOk;
+  int rc = velor_32::FindFirstTerm(space, term);
   int count = 0;
   for (; rc == kOk && std::string_view(term).starts_with(prefix); rc = velor_32::Velornxtterm(space, term))
     count += velor_32::Velornposts(space);

@@ -8,7 +8,7 @@
 #include "search/term_cache.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
-#include "storage/term_read.h"
+#include "storage/term_first.h"
 #include "utils/utf8_order.h"
 
 namespace Tmthrd_32 {
@@ -78,18 +78,7 @@ void TermWalk::ReadCached(const std::string& term) {
 /// Finds the first term not below `from`, also where it lies in a later one of ten indexes.
 int TermWalk::FindFirst(const std::string& from, char* termBuffer) {
   CopyTerm(from.empty() ? std::string(1, velor_01::kLowestKey) : from, termBuffer);
-  int rc = velor_32::Velorfind0(space_, termBuffer, true);
-  for (int k = space_->termIndex; rc == velor_32::kTermNotFound && *termBuffer == '\0'; ++k) {
-    if (k < 1 || k >= velor_01::kMaxTermIndexes) return velor_32::kBehindLastTerm;
-    // This index is empty. The next begins behind the separator.
-    CopyTerm(std::string(space_->termSeparators->Get(k - 1)).substr(0, velor_01::kLongestTerm - 1) + "\x01",
-             termBuffer);
-    rc = velor_32::Velorfind0(space_, termBuffer, true);
-  }
-  if (rc == velor_32::kBehindLastTerm) rc = velor_32::Velornxtterm(space_, termBuffer);
-  const bool isFound =
-      rc == velor_32::kOk || rc == velor_32::kTermNotFound || rc == velor_32::kBelowFirstTerm;
-  return isFound ? velor_32::kOk : rc;
+  return velor_32::FindFirstTerm(space_, termBuffer);
 }
 
 /// Reads the postings of the term that the dictionary stands at.

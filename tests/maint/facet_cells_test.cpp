@@ -114,6 +114,28 @@ TEST_F(FacetCellsTest, BulkBuildMakesTheSameCells) {
   }
 }
 
+// A prefix can lie between the last term of one set and the first of the next.
+TEST_F(FacetCellsTest, FindsPrefixesAtTheEdgesOfTenSets) {
+  std::string prefixes;
+  for (char a = 'A'; a <= 'T'; ++a) {
+    prefixes += std::string("A=NAME") + a + "\n";
+    for (char b = 'A'; b <= 'C'; ++b) Add(space_.get(), {{1, std::string("NAME") + a + b + "XY"}});
+  }
+  Write("datai/blank/blank.cells", prefixes);
+  for (const char* sets : {"0", "1"}) {
+    Write("velora.ini", std::string("[Main]\nMULTILOAD=1\nCREATE_OLD_INVERTION_FILES=") + sets);
+    fmt_64::velor_MainIni_Init(ctx(), File("velora.ini"));
+    std::ostringstream out;
+    EXPECT_EQ(velor_server_proc::VelorCreateDict(ctx(), "blank", velor_server_proc::DictOption::kAll, out),
+              0);
+    EXPECT_EQ(std::filesystem::exists(File("datai/blank/blank.inv")), *sets == '1');
+    CreateCells();
+    for (int cell = 1; cell <= 20; ++cell)
+      EXPECT_EQ(std::filesystem::file_size(File("datai/blank/blank" + std::to_string(cell) + ".cell")), 24U)
+          << sets << " " << cell;
+  }
+}
+
 TEST_F(FacetCellsTest, WithoutPrefixesOrUnderALockNothingChanges) {
   CreateCells();
   const Counts expected = Count({1, 2, 3});
