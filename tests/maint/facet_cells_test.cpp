@@ -114,8 +114,8 @@ TEST_F(FacetCellsTest, BulkBuildMakesTheSameCells) {
   }
 }
 
-// A prefix can lie between the last term of one set and the first of the next.
-TEST_F(FacetCellsTest, FindsPrefixesAtTheEdgesOfTenSets) {
+// The terms of a prefix may begin, or go on, in the next of ten sets.
+TEST_F(FacetCellsTest, ReadsTenSetsAsItReadsOne) {
   std::string prefixes;
   for (char a = 'A'; a <= 'T'; ++a) {
     prefixes += std::string("A=NAME") + a + "\n";
