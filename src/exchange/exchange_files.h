@@ -1,14 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <fstream>
 #include <string>
-#include <vector>
 
 #include "storage/app_context.h"
 #include "utils/string_list.h"
 
-/// Where exchange looks for files, and how it writes them.
+/// Where exchange looks for files.
 namespace velora {
 
 /// Directory for protocols and temporary files, "workdir" of the main ini; made when it does not exist.
@@ -29,33 +27,5 @@ std::string WorkFile(const app::VelorAppContext* ctx, const std::string& file, c
 
 /// Passes over a UTF-8 byte-order mark at the start of a stream. A pipe will do: nothing is sought.
 void SkipByteOrderMark(std::ifstream& stream);
-
-/// An output file with a buffer; a failure sticks.
-class OutputFile {
- public:
-  OutputFile() = default;
-  ~OutputFile();
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-
-  /// Creates the file, or empties an existing one.
-  [[nodiscard]] bool Create(const std::string& path);
-  [[nodiscard]] bool isOpen() const { return handle_ >= 0; }
-
-  /// The buffer may be appended to directly; FlushIfLarge then writes it once it has grown enough.
-  [[nodiscard]] std::string& buffer() { return buffer_; }
-  void Write(const char* data, std::size_t length);
-  void FlushIfLarge();
-
-  /// Writes what is left and closes. False when any byte did not reach the file.
-  bool Close();
-
- private:
-  void Flush();
-
-  int handle_ = -1;
-  bool failed_ = false;
-  std::string buffer_;
-};
 
 }  // namespace velora

@@ -8,9 +8,9 @@
 #include "exchange/exchange_files.h"
 #include "exchange/iso_record.h"
 #include "exchange/marc_mode.h"
-#include "exchange/record_filter.h"
 #include "exchange/reformat.h"
 #include "exchange/text_record.h"
+#include "format/record_filter.h"
 #include "search/morph_search.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
@@ -20,6 +20,7 @@
 #include "storage/record_read.h"
 #include "storage/shelf.h"
 #include "utils/log_util.h"
+#include "utils/output_file.h"
 #include "utils/string_list.h"
 #include "utils/string_utils.h"
 

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "exchange/record_filter.h"
 #include "format/format_parts.h"
+#include "format/record_filter.h"
 #include "storage/codes.h"
 #include "storage/shelf.h"
 #include "support/format_installation.h"

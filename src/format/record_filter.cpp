@@ -1,4 +1,4 @@
-#include "exchange/record_filter.h"
+#include "format/record_filter.h"
 
 #include "format/format_files.h"
 #include "format/format_run.h"
