@@ -1,0 +1,46 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "exchange/import_context.h"
+#include "gbl/gbl_rec.h"
+#include "storage/velor_space.h"
+#include "utils/string_list.h"
+
+namespace velora {
+
+/// What runs on the records of an import before they are written: the correction task of -g, the
+/// automatic-input task of -a, the formal logic control of -c. What an option does not ask for does nothing.
+class ImportCorrections {
+ public:
+  explicit ImportCorrections(velor_01::TVelorSpace* space) : space_(space) {}
+
+  /// Loads the tasks. Result 0, or -404 when that of -g is missing or empty, which is told on `out` and in
+  /// the log.
+  ///   updateIndex  the index follows the records of other databases that the tasks write
+  int Prepare(const std::string& database, const velor_server_proc::VelorImportContext& params,
+              bool updateIndex, std::ostream& out);
+
+  /// Run a task on the record in a slot; give its error texts, empty when all went well. What the task did
+  /// before an error is done.
+  std::string RunMergeTask(int slot) { return Run(mergeTask_, slot); }
+  std::string RunAutomaticInput(int slot) { return Run(automaticInput_, slot); }
+
+  /// False for a record that must not be written, `result` then saying why.
+  [[nodiscard]] bool PassesLogicControl(int slot, std::string* result);
+
+ private:
+  int LoadMergeTask(const std::string& database, const std::string& name, std::ostream& out);
+  std::string Run(const velor_01::TStringList& task, int slot);
+
+  velor_01::TVelorSpace* space_;
+  velor_01::TStringList mergeTask_;
+  velor_01::TStringList automaticInput_;
+  velor_server_proc::VelorGblRecContext context_;
+  bool hasLogicControl_ = false;
+  std::string tableDirectory_;
+  std::string logicControl_;  // name of its format
+};
+
+}  // namespace velora
