@@ -226,11 +226,11 @@ void Import::ImportRecord() {
   if (!MeetsConditions()) return;
   Tell("Gbl error", corrections_->RunMergeTask(slot_));
 
-  constexpr int kMostTries = 100;
+  constexpr int kMostTries = 10000;
   const int newSlot = slot_;
   int result = kOk;
   // Somebody else may store the partner between its reading and its writing: the new one is merged with what
-  // that gave.
+  // that gave. Each time it took place somebody got on, so the tries end.
   for (int tries = 0; tries < kMostTries; ++tries) {
     if (merger_ && !Merge(newSlot)) return;
     if (!Complete()) return;

@@ -94,6 +94,24 @@ TEST_F(ImportFaultsTest, FourAtTheSameTimeLoseNothing) {
   EXPECT_EQ(test::Verify(Database()), "");
 }
 
+TEST_F(ImportFaultsTest, TwoThatMergeIntoOneRecordLoseNothing) {
+  constexpr int kRecords = 300;
+  std::vector<std::string> files;
+  for (int writer = 0; writer < 2; ++writer) {
+    std::string bytes;
+    for (int i = 0; i < kRecords; ++i)
+      bytes += test::IsoRecord({{2, std::to_string(writer) + "/" + std::to_string(i)}});
+    files.push_back(Write("m" + std::to_string(writer) + ".iso", bytes));
+  }
+  Run(ImportWords(WriteRecords("one", 1)));
+  std::vector<pid_t> children;
+  for (const std::string& file : files) children.push_back(Start(ImportWords(file, {"-p", "@@1"})));
+  for (const pid_t child : children) EXPECT_EQ(Wait(child), 0);
+  Run({"export", "-d", "test", "-f", File("out.txt"), "-pref", prefix_});
+  EXPECT_EQ(Values(Read("out.txt"), 2).size(), 2U * kRecords + 1) << "each value and the first one";
+  EXPECT_EQ(test::Verify(Database()), "");
+}
+
 /// Runs that are killed at random moments, each followed by a short import that takes the mutex over.
 class KilledRunsTest : public ImportFaultsTest {
  protected:
