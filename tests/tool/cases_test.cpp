@@ -127,7 +127,7 @@ class CaseRun {
   std::string FirstFile(const std::string& pattern) const {
     glob_t found{};
     const bool isFound = ::glob(dir_.File(pattern).c_str(), 0, nullptr, &found) == 0;
-    const std::string name = isFound ? found.gl_pathv[0] + dir_.Path().size() : pattern;
+    std::string name = isFound ? found.gl_pathv[0] + dir_.Path().size() : pattern;
     ::globfree(&found);
     return name;
   }
