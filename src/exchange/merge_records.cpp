@@ -4,6 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "storage/codes.h"
 #include "storage/fields.h"
@@ -19,32 +20,47 @@ using velor_32::Velornfields;
 
 namespace {
 
-/// The record that takes the fields, and the keys of the fields that it has.
-class OldRecord {
+/// What comes of the old record. It is changed at the end only: a field that is added and replaced again
+/// costs nothing then, and taking a field out of a record moves all that lie behind it.
+class Merge {
  public:
-  OldRecord(TVelorSpace* space, int slot) : space_(space), slot_(slot) {
-    const int count = Velornfields(space, slot);
-    keys_.reserve(static_cast<std::size_t>(count));
-    for (int i = 1; i <= count; ++i) {
+  Merge(TVelorSpace* space, int oldSlot)
+      : space_(space), slot_(oldSlot), oldCount_(Velornfields(space, oldSlot)) {
+    keys_.reserve(static_cast<std::size_t>(oldCount_));
+    for (int i = 1; i <= oldCount_; ++i) {
       int tag = 0;
-      const std::string_view text = FieldText(space, slot, i, &tag);
+      const std::string_view text = FieldText(space, oldSlot, i, &tag);
       keys_.insert(KeyOf(tag, text));
     }
   }
 
-  /// True when the record was changed.
-  bool Take(int tag, std::string_view text, bool isSingle) {
-    const std::string& key = KeyOf(tag, text);
-    if (keys_.contains(key)) return false;
-    // Added before the others go: without memory for it, and with an empty text, nothing is lost.
-    if (velor_32::Velorfldadd(space_, slot_, tag, 0, text.data(), static_cast<int>(text.size())) != kOk)
-      return false;
-    keys_.insert(key);
-    if (isSingle) RemoveOthers(tag);
-    return true;
+  /// A field of the new record, which stays where it is until the end. An empty text is no field.
+  void Take(int tag, std::string_view text, bool isSingle) {
+    if (text.empty() || !keys_.insert(KeyOf(tag, text)).second) return;
+    if (isSingle) Replace(tag);
+    added_.push_back({tag, text});
+  }
+
+  /// True when the old record was changed. The new fields come first: without memory for them nothing goes.
+  bool Finish() {
+    for (const auto& [tag, text] : added_) {
+      if (text.empty()) continue;
+      if (velor_32::Velorfldadd(space_, slot_, tag, 0, text.data(), static_cast<int>(text.size())) != kOk)
+        return Velornfields(space_, slot_) > oldCount_;
+    }
+    if (!lastAdded_.empty())
+      for (int i = oldCount_; i >= 1; --i)
+        if (lastAdded_.contains(velor_32::Velorfldtag(space_, slot_, i)))
+          velor_32::Velorfldrep(space_, slot_, i, nullptr, 0);
+    return !added_.empty();
   }
 
  private:
+  struct Field {
+    int tag;
+    std::string_view text;  // empty once it was replaced
+  };
+
   const std::string& KeyOf(int tag, std::string_view text) {
     utils::StringUtils::ToUpper(text, upper_);
     key_ = std::to_string(tag);
@@ -52,23 +68,30 @@ class OldRecord {
     return key_;
   }
 
-  /// Removes the fields of a tag but the one at the end. What is left of the tag is known after the first
-  /// time, so that many fields of one tag do not each look through the record.
-  void RemoveOthers(int tag) {
-    const auto [left, isFirst] = left_.try_emplace(tag, 1);
-    int others = isFirst ? velor_32::Velornocc(space_, slot_, tag) - 1 : left->second;
-    for (int i = Velornfields(space_, slot_) - 1; i >= 1 && others > 0; --i) {
-      if (velor_32::Velorfldtag(space_, slot_, i) != tag) continue;
-      keys_.erase(KeyOf(tag, FieldText(space_, slot_, i)));
-      velor_32::Velorfldrep(space_, slot_, i, nullptr, 0);
-      --others;
+  /// The next field to be added takes the place of those of its tag.
+  void Replace(int tag) {
+    const auto [last, isFirst] = lastAdded_.try_emplace(tag, added_.size());
+    if (isFirst) {
+      ForgetOld(tag);
+      return;
     }
+    keys_.erase(KeyOf(tag, added_[last->second].text));
+    added_[last->second].text = {};
+    last->second = added_.size();
+  }
+
+  void ForgetOld(int tag) {
+    for (int i = 1; i <= oldCount_; ++i)
+      if (velor_32::Velorfldtag(space_, slot_, i) == tag)
+        keys_.erase(KeyOf(tag, FieldText(space_, slot_, i)));
   }
 
   TVelorSpace* space_;
   int slot_;
+  int oldCount_;
   std::unordered_set<std::string> keys_;
-  std::unordered_map<int, int> left_;  // fields of the tags that do not repeat, once one was replaced
+  std::vector<Field> added_;
+  std::unordered_map<int, std::size_t> lastAdded_;  // place in added_ of the field of each replaced tag
   std::string upper_;
   std::string key_;
 };
@@ -78,14 +101,13 @@ class OldRecord {
 bool MergeRecords(TVelorSpace* space, int newSlot, int oldSlot, const FieldTable& fieldTable) {
   if (velor_32::CheckShelf(space, newSlot) != kOk || velor_32::CheckShelf(space, oldSlot) != kOk)
     return false;
-  OldRecord old(space, oldSlot);
-  bool isChanged = false;
+  Merge merge(space, oldSlot);
   for (int i = 1; i <= Velornfields(space, newSlot); ++i) {
     int tag = 0;
     const std::string_view text = FieldText(space, newSlot, i, &tag);
-    isChanged |= old.Take(tag, text, fieldTable.IsSingle(tag));
+    merge.Take(tag, text, fieldTable.IsSingle(tag));
   }
-  return isChanged;
+  return merge.Finish();
 }
 
 bool MergeRecords(TVelorSpace* space, int newSlot, int oldSlot, velor_01::TStringList* fieldTable) {
