@@ -1,6 +1,7 @@
 #include "exchange/import_corrections.h"
 
 #include <ostream>
+#include <utility>
 
 #include "exchange/exchange_files.h"
 #include "format/format_files.h"
@@ -19,11 +20,19 @@ int ImportCorrections::Prepare(const std::string& database, const VelorImportCon
                                bool updateIndex, std::ostream& out) {
   if (params.mergeMode == VelorImportContext::kMergeByCorrection)
     if (int rc = LoadMergeTask(database, params.merge, out); rc != kOk) return rc;
-  if (params.autoin) velor_server_proc::LoadAutomaticInput(space_, &automaticInput_);
-  context_.ifUpdate = updateIndex;
-  context_.flc = params.flc;
-  context_.autoin = params.autoin;
-  if (params.autoin) context_.autoinList = &automaticInput_;
+  velor_server_proc::VelorGblRecContext context;
+  context.ifUpdate = updateIndex;
+  context.flc = params.flc;
+  context.autoin = params.autoin;
+  if (params.autoin) {
+    velor_server_proc::LoadAutomaticInput(space_, &automaticInputLines_);
+    automaticInput_ = global::ReadTask(space_->app, automaticInputLines_);
+    context.autoinList = &automaticInputLines_;
+  }
+  context.finished = [this](velor_01::TVelorSpace*, int, const std::string& errors, const std::string&) {
+    errors_ = errors;
+  };
+  runner_ = std::make_unique<velor_server_proc::GblRecRunner>(space_, std::move(context));
   hasLogicControl_ = params.flc;
   if (!params.flc) return kOk;
   tableDirectory_ = xpft::TableDirectory(space_->app, space_->path);
@@ -34,7 +43,11 @@ int ImportCorrections::Prepare(const std::string& database, const VelorImportCon
 int ImportCorrections::LoadMergeTask(const std::string& database, const std::string& name,
                                      std::ostream& out) {
   const std::string path = LookupFile(space_->app, database, name, ".gbl");
-  if (!path.empty() && mergeTask_.LoadFromFile(path) && mergeTask_.GetCount() > 0) return kOk;
+  TStringList lines;
+  if (!path.empty() && lines.LoadFromFile(path) && lines.GetCount() > 0) {
+    mergeTask_ = global::ReadTask(space_->app, lines);
+    return kOk;
+  }
   const std::string message =
       (path.empty() ? "Task file not found " : "Task file empty ") + database + " " + name;
   out << message << std::endl;
@@ -42,15 +55,10 @@ int ImportCorrections::LoadMergeTask(const std::string& database, const std::str
   return velor_32::kNotFound;
 }
 
-std::string ImportCorrections::Run(const TStringList& task, int slot) {
-  std::string texts;
-  if (task.GetCount() == 0) return texts;
-  context_.finished = [&](velor_01::TVelorSpace*, int, const std::string& errors, const std::string&) {
-    texts = errors;
-  };
-  const int rc = velor_server_proc::VelorGblRec(space_, slot, &task, context_);
-  context_.finished = nullptr;  // it looks at a local
-  return rc != kOk && texts.empty() ? std::to_string(rc) : texts;
+const std::string& ImportCorrections::Run(const global::TaskText& task, int slot) {
+  errors_.clear();
+  if (task.GetCount() > 0) runner_->Run(slot, task);
+  return errors_;
 }
 
 bool ImportCorrections::PassesLogicControl(int slot, std::string* result) {

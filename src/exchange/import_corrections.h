@@ -1,10 +1,11 @@
 #pragma once
 
 #include <iosfwd>
+#include <memory>
 #include <string>
 
 #include "exchange/import_context.h"
-#include "gbl/gbl_rec.h"
+#include "gbl/gbl_rec_task.h"
 #include "storage/velor_space.h"
 #include "utils/string_list.h"
 
@@ -22,22 +23,24 @@ class ImportCorrections {
   int Prepare(const std::string& database, const velor_server_proc::VelorImportContext& params,
               bool updateIndex, std::ostream& out);
 
-  /// Run a task on the record in a slot; give its error texts, empty when all went well. What the task did
-  /// before an error is done.
-  std::string RunMergeTask(int slot) { return Run(mergeTask_, slot); }
-  std::string RunAutomaticInput(int slot) { return Run(automaticInput_, slot); }
+  /// Run a task on the record in a slot; give its error texts, empty when all went well, which hold until
+  /// the next run. What the task did before an error is done.
+  const std::string& RunMergeTask(int slot) { return Run(mergeTask_, slot); }
+  const std::string& RunAutomaticInput(int slot) { return Run(automaticInput_, slot); }
 
   /// False for a record that must not be written, `result` then saying why.
   [[nodiscard]] bool PassesLogicControl(int slot, std::string* result);
 
  private:
   int LoadMergeTask(const std::string& database, const std::string& name, std::ostream& out);
-  std::string Run(const velor_01::TStringList& task, int slot);
+  const std::string& Run(const global::TaskText& task, int slot);
 
   velor_01::TVelorSpace* space_;
-  velor_01::TStringList mergeTask_;
-  velor_01::TStringList automaticInput_;
-  velor_server_proc::VelorGblRecContext context_;
+  velor_01::TStringList automaticInputLines_;
+  global::TaskText mergeTask_;
+  global::TaskText automaticInput_;
+  std::unique_ptr<velor_server_proc::GblRecRunner> runner_;
+  std::string errors_;  // of the last run of a task
   bool hasLogicControl_ = false;
   std::string tableDirectory_;
   std::string logicControl_;  // name of its format
