@@ -229,8 +229,8 @@ void Import::ImportRecord() {
   constexpr int kMostTries = 10000;
   const int newSlot = slot_;
   int result = kOk;
-  // Somebody else may store the partner between its reading and its writing: the new one is merged with what
-  // that gave. Each time it took place somebody got on, so the tries end.
+  // Somebody else may store the partner between its reading and its writing; the new record is then merged
+  // with what that gave. Each such time another writer got on, so that the tries end.
   for (int tries = 0; tries < kMostTries; ++tries) {
     if (merger_ && !Merge(newSlot)) return;
     if (!Complete()) return;
