@@ -35,7 +35,7 @@ std::string_view TrimKey(std::string_view key) {
 class HitSearch {
  public:
   HitSearch(GblCtx* ctx, TVelorSpace* space, int slot, int limit)
-      : ctx_(ctx), space_(space), slot_(slot), limit_(limit), currentMfn_(velor_32::Velormfn(space, slot)) {}
+      : ctx_(ctx), space_(space), limit_(limit), currentMfn_(velor_32::Velormfn(space, slot)) {}
 
   ~HitSearch() { ctx_->pool->Close(std::move(index_)); }
   HitSearch(const HitSearch&) = delete;
@@ -50,7 +50,6 @@ class HitSearch {
 
   GblCtx* ctx_;
   TVelorSpace* space_;
-  int slot_;
   int limit_;  // postings of a term; 0 for all
   int currentMfn_;
   bool isCurrentDatabase_ = false;

@@ -52,8 +52,8 @@ std::shared_ptr<const BlockDatabase> BlockSpaces::Find(const app::VelorAppContex
   std::vector<std::string> directories;
   *result = backup::OpenDb(app->execDir, app->dataPath, &file, &directories);
   if (*result != kOk) return nullptr;
-  known = std::make_shared<BlockDatabase>(directories[backup::kRecordDirectory] + file,
-                                          directories[backup::kTermDirectory] + file);
+  known = std::make_shared<BlockDatabase>(BlockDatabase{directories[backup::kRecordDirectory] + file,
+                                                        directories[backup::kTermDirectory] + file});
   return known;
 }
 
