@@ -141,8 +141,10 @@ int ExecuteEND(GblCtx* ctx, TVelorSpace* space, int index) {
   return Guarded("ExecuteEND", next, [&] {
     if (ctx->skipFlag == 1) return next;
     if (ctx->inCorrec == 1) {
+      // A round that took no hit, the END being the last line, would come again for ever.
+      const bool tookHit = ctx->hitPositioned == 1;
       ctx->hitPositioned = 0;
-      if (ctx->spaces.HasHits()) {
+      if (ctx->spaces.HasHits() && tookHit) {
         next = ctx->correcLoopLine;
       } else {
         ctx->inCorrec = ctx->correcHits = ctx->correcLoopLine = 0;

@@ -52,7 +52,8 @@ class Walk {
 void Walk::Run() {
   int i = task_.start;
   if (task_.GetCount() == 0) ctx_.Fail("PARAM_ERROR", "");
-  while (task_.Has(i) && ctx_.abortFlag == 0) {
+  // A stop request ends the walk: the caller leaves the record as it is in the file.
+  while (task_.Has(i) && ctx_.abortFlag == 0 && !app::CheckStopProcess(space_->app)) {
     const Operator* op = task_.lines[static_cast<std::size_t>(i)].op;
     if (task_.Has(i + 1)) {
       TakeNextHit();

@@ -7,6 +7,9 @@ using velor_01::TVelorSpace;
 
 namespace {
 
+/// Of a loop whose REPEAT was passed over: there is nothing to go back to.
+constexpr std::int32_t kNoStart = 0;
+
 /// Makes a list of depths hold an entry for `depth` and sets it.
 void SetAtDepth(std::vector<std::int32_t>* list, std::int32_t depth, std::int32_t value) {
   const auto index = static_cast<std::size_t>(depth);
@@ -44,7 +47,8 @@ bool GoesOn(GblCtx* ctx, TVelorSpace* space, int slot, int index, bool* failed) 
   if (!target) return false;
   std::string output;
   *failed = !Evaluate(ctx, target, ctx->lines->Line(index + 1), kShownOfCondition, &output);
-  return !*failed && !isLast && output == "1" && !app::CheckStopProcess(space->app);
+  const bool hasStart = AtDepth(ctx->repeatStart, ctx->repeatDepth) != kNoStart;
+  return !*failed && !isLast && output == "1" && hasStart;
 }
 
 }  // namespace
@@ -75,7 +79,7 @@ int ExecuteREPEAT(GblCtx* ctx, int index) {
     const std::int32_t depth = ++ctx->repeatDepth;
     SetAtDepth(&ctx->repeatActive, depth, 1);
     SetAtDepth(&ctx->repeatCount, depth, 0);
-    if (ctx->skipFlag == 0) SetAtDepth(&ctx->repeatStart, depth, index + 1);
+    SetAtDepth(&ctx->repeatStart, depth, ctx->skipFlag == 0 ? index + 1 : kNoStart);
     return index + 1;
   });
 }

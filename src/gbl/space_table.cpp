@@ -72,6 +72,7 @@ void SpaceTable::Remove(int i) {
   if (!IsIndex(i)) return;
   spaces_.erase(spaces_.begin() + i);
   RemoveName(i);
+  LowerIndexes(i);
 }
 
 void SpaceTable::RemoveNewRecord() {
@@ -81,27 +82,48 @@ void SpaceTable::RemoveNewRecord() {
 }
 
 void SpaceTable::PushHit(int i) {
-  hits_.push_back(kNone);
-  if (!IsIndex(i)) return;
+  if (!IsIndex(i)) {
+    hits_.push_back({.index = i});
+    ++hitsByIndex_;
+    return;
+  }
   Space& entry = spaces_[static_cast<std::size_t>(i)];
   ++entry.waitingHits;
-  hits_.back() = entry.id;
+  hits_.push_back({.id = entry.id});
 }
 
 int SpaceTable::TakeHit() {
   if (!HasHits()) return kNone;
-  const int i = IndexOfId(spaces_, hits_[nextHit_++]);
+  const Hit hit = hits_[nextHit_++];
+  if (hit.id == 0) {
+    --hitsByIndex_;
+    return IsIndex(hit.index) ? hit.index : kNone;
+  }
+  const int i = IndexOfId(spaces_, hit.id);
   if (i != kNone) --spaces_[static_cast<std::size_t>(i)].waitingHits;
   return i;
 }
 
+bool SpaceTable::IsWaitingByIndex(int i) const {
+  for (std::size_t hit = nextHit_; hitsByIndex_ > 0 && hit < hits_.size(); ++hit)
+    if (hits_[hit].id == 0 && hits_[hit].index == i) return true;
+  return false;
+}
+
+void SpaceTable::LowerIndexes(int above) {
+  for (std::size_t hit = nextHit_; hitsByIndex_ > 0 && hit < hits_.size(); ++hit)
+    if (hits_[hit].id == 0 && hits_[hit].index > above) --hits_[hit].index;
+}
+
 bool SpaceTable::IsWaiting(int i) const {
-  return IsIndex(i) && spaces_[static_cast<std::size_t>(i)].waitingHits > 0;
+  if (!IsIndex(i)) return false;
+  return spaces_[static_cast<std::size_t>(i)].waitingHits > 0 || IsWaitingByIndex(i);
 }
 
 void SpaceTable::ClearHits() {
   hits_.clear();
   nextHit_ = 0;
+  hitsByIndex_ = 0;
   for (Space& entry : spaces_) entry.waitingHits = 0;
 }
 

@@ -72,6 +72,14 @@ class SpaceTable {
     int id;
     int changes = 0;
   };
+  /// A hit is kept by the id of its space. When the names are ahead of the spaces its index may be that of
+  /// none yet: then it is kept as it is.
+  struct Hit {
+    int id = 0;
+    int index = kNone;
+  };
+  [[nodiscard]] bool IsWaitingByIndex(int i) const;
+  void LowerIndexes(int above);
   template <class List>
   static int IndexOfId(const List& list, int id);
   void RemoveName(int i);
@@ -79,8 +87,9 @@ class SpaceTable {
   std::deque<Space> spaces_;
   std::deque<Name> names_;
   std::unordered_map<std::string, int> nameIds_;  // of existing records
-  std::vector<int> hits_;                         // ids; those before nextHit_ are taken
+  std::vector<Hit> hits_;                         // those before nextHit_ are taken
   std::size_t nextHit_ = 0;
+  int hitsByIndex_ = 0;  // among those that wait
   int lastId_ = 0;
 };
 
