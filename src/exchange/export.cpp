@@ -11,7 +11,7 @@
 #include "exchange/reformat.h"
 #include "exchange/text_record.h"
 #include "format/record_filter.h"
-#include "search/morph_search.h"
+#include "search/record_selection.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
@@ -61,8 +61,6 @@ class Export {
   int PrepareFilters();
   int RefuseFormat(const std::string& message, int result);
   int ExportAll();
-  template <class Visit>
-  void VisitSelection(Visit&& visit);
   void ExportRecord(int mfn);
   void Reformat();
   void WriteIso();
@@ -124,19 +122,12 @@ int Export::AllocateIsoBuffer() {
   return velor_32::kNoMemory;
 }
 
-/// What is found becomes the list of the records to write.
 int Export::Search() {
-  if (params_.mode != VelorExportContext::kSearch) return kOk;
-  out_ << "free search: " << params_.search << std::endl;
-  if (int rc = FreeSearchWithMorph(space_.get(), params_.search, &found_, out_); rc != kOk) {
-    out_ << "Error " << rc << std::endl;
-    LogTool("Export " + database_ + " error " + std::to_string(rc));
-    return rc;
-  }
-  out_ << "found: " << found_.GetCount() << std::endl;
-  params_.mode = VelorExportContext::kList;
-  params_.mfnList = &found_;
-  return kOk;
+  const int rc = velora::ResolveSearch(space_.get(), &params_, &found_, out_);
+  if (rc == kOk) return kOk;
+  out_ << "Error " << rc << std::endl;
+  LogTool("Export " + database_ + " error " + std::to_string(rc));
+  return rc;
 }
 
 int Export::PrepareFilters() {
@@ -166,7 +157,7 @@ int Export::ExportAll() {
     LogTool("Export cannot create file: " + file_);
     return velor_32::kNoRecordFiles;
   }
-  VisitSelection([&](int mfn) { ExportRecord(mfn); });
+  velora::VisitSelection(space_.get(), params_, [&](int mfn) { ExportRecord(mfn); });
   if (!output_.Close()) {
     out_ << "Export write error: " << file_ << std::endl;
     LogTool("Export write error: " + file_);
@@ -176,19 +167,6 @@ int Export::ExportAll() {
   out_ << "Done" << std::endl;
   LogTool("Export " + database_ + " done");
   return kOk;
-}
-
-template <class Visit>
-void Export::VisitSelection(Visit&& visit) {
-  if (params_.mode == VelorExportContext::kList) {
-    const int count = params_.mfnList ? params_.mfnList->GetCount() : 0;
-    for (int i = 0; i < count && !app::CheckStopProcess(ctx_); ++i) visit(params_.mfnList->Get(i));
-    return;
-  }
-  const int last = velor_32::Velormaxmfn(space_.get()) - 1;
-  const int to = params_.mfnTo < 1 || params_.mfnTo > last ? last : params_.mfnTo;
-  const int from = std::min(std::max(params_.mfnFrom, 1), to);
-  for (int mfn = std::max(from, 1); mfn <= to && !app::CheckStopProcess(ctx_); ++mfn) visit(mfn);
 }
 
 void Export::ExportRecord(int mfn) {

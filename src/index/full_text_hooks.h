@@ -4,6 +4,7 @@
 #include <string>
 
 #include "storage/app_context.h"
+#include "storage/velor_space.h"
 
 namespace indexing {
 
@@ -22,6 +23,8 @@ struct ExtractionRequest {
 /// fills this in at start. A null member means that it is not built.
 struct FullTextHooks {
   int (*extract)(app::VelorAppContext* ctx, const ExtractionRequest& request) = nullptr;
+  /// Whether the record in memory names another file than the stored one: its texts are to be extracted.
+  bool (*linkedFileChanged)(velor_01::TVelorSpace* space, int slot) = nullptr;
 };
 
 FullTextHooks& DefaultFullTextHooks();

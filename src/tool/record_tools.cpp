@@ -4,6 +4,7 @@
 #include "exchange/export_context.h"
 #include "exchange/import.h"
 #include "exchange/import_context.h"
+#include "gbl/global.h"
 #include "gbl/global_context.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
@@ -14,6 +15,7 @@ namespace tool {
 namespace {
 
 using velor_server_proc::VelorExportContext;
+using velor_server_proc::VelorGlobalContext;
 using velor_server_proc::VelorImportContext;
 using velora::EncodingOption;
 
@@ -129,6 +131,16 @@ VelorExportContext MakeExportContext(const ExportOptions& options, const MfnSele
   return context;
 }
 
+VelorGlobalContext MakeGlobalContext(const GlobalOptions& options, const MfnSelection& selection) {
+  VelorGlobalContext context;
+  context.ifUpdate = options.ifUpdate;
+  context.flc = options.flc;
+  context.autoin = options.autoin;
+  context.logFile = options.logFile;
+  FillSelection(selection, &context);
+  return context;
+}
+
 }  // namespace
 
 int main_import(int argc, char** argv) {
@@ -163,7 +175,10 @@ int main_global(int argc, char** argv) {
   if (options.database.empty() || options.task.empty()) return RefuseCommandLine("global");
   MfnSelection selection;
   if (!SelectRecords("global", options, &selection, std::cout)) return 0;
-  return ReportNotBuilt("global");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorGlobal(ctx, options.database, options.task, MakeGlobalContext(options, selection),
+                                   std::cout);
+  });
 }
 
 int main_batch(int argc, char** argv) {

@@ -21,13 +21,12 @@ class OutputFile {
   [[nodiscard]] std::string& buffer() { return buffer_; }
   void Write(const char* data, std::size_t length);
   void FlushIfLarge();
+  void Flush();
 
   /// Writes what is left and closes. False when any byte did not reach the file.
   bool Close();
 
  private:
-  void Flush();
-
   int handle_ = -1;
   bool failed_ = false;
   std::string buffer_;

@@ -1,0 +1,217 @@
+#include "gbl/global.h"
+
+#include <memory>
+#include <ostream>
+
+#include "format/format_files.h"
+#include "format/record_filter.h"
+#include "gbl/gbl_rec_task.h"
+#include "gbl/record_checks.h"
+#include "index/full_text_hooks.h"
+#include "search/record_selection.h"
+#include "storage/app_context.h"
+#include "storage/bulk_writer.h"
+#include "storage/codes.h"
+#include "storage/database_open.h"
+#include "storage/maintenance_context.h"
+#include "storage/master_file.h"
+#include "storage/record_lock.h"
+#include "storage/record_status.h"
+#include "storage/record_update.h"
+#include "storage/shelf.h"
+#include "utils/output_file.h"
+#include "utils/path_util.h"
+#include "utils/string_utils.h"
+
+namespace velor_server_proc {
+
+using velor_01::TVelorSpace;
+using velor_32::kOk;
+
+namespace {
+
+constexpr int kSlot = 0;
+constexpr std::string_view kLineEnd = "\r\n";
+
+class Global {
+ public:
+  Global(app::VelorAppContext* ctx, std::string database, std::string task, const VelorGlobalContext& params,
+         std::ostream& out)
+      : ctx_(ctx), database_(std::move(database)), taskName_(std::move(task)), params_(params), out_(out) {}
+
+  int Run();
+
+ private:
+  int LoadTask();
+  int PrepareSelection();
+  int Refuse(const std::string& message, int result);
+  void CorrectAll();
+  void Correct(int mfn);
+  int Write();
+  void Report(TVelorSpace* space, int slot, int result, const std::string& errors,
+              const std::string& protocol);
+  int Finish();
+
+  app::VelorAppContext* ctx_;
+  std::string database_;
+  std::string taskName_;
+  VelorGlobalContext params_;
+  std::ostream& out_;
+
+  velor_32::SpacePointer space_;
+  std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
+  velor_01::TStringList autoin_;
+  global::TaskText task_;
+  velora::OutputFile report_;
+  velor_01::TIntList found_;  // by a search
+  std::unique_ptr<velora::RecordFilter> scan_;
+  std::unique_ptr<GblRecRunner> runner_;
+  std::string errors_;  // of the task on the record at hand
+  std::string protocol_;
+  std::string hashBefore_;
+  std::string hashAfter_;
+  int result_ = kOk;  // of the last record
+};
+
+int Global::Run() {
+  int result = kOk;
+  space_.reset(VelorOpenDb(ctx_, database_, out_, &result));
+  if (!space_) return result;
+  out_ << "Global" << std::endl;
+  LogTool("Global " + database_ + " " + taskName_);
+  if (params_.autoin) LoadAutomaticInput(space_.get(), &autoin_);
+  maintenance_.reset(velora::VelorA_init(ctx_));
+  if (!maintenance_) return velor_32::kNoMemory;
+  if (int rc = LoadTask(); rc != kOk) return rc;
+  if (!params_.logFile.empty()) static_cast<void>(report_.Create(params_.logFile));
+  if (int rc = PrepareSelection(); rc != kOk) return rc;
+  CorrectAll();
+  return Finish();
+}
+
+int Global::LoadTask() {
+  const std::string path =
+      utils::PathUtil::IsFile(taskName_)
+          ? taskName_
+          : xpft::LookupFile(ctx_, xpft::VelorPath::kDatabase, space_->path, taskName_ + ".gbl", true);
+  velor_01::TStringList lines;
+  if (!path.empty()) lines.LoadFromFile(path);
+  if (lines.GetCount() == 0)
+    return Refuse((path.empty() ? "Task file not found " : "Task file empty ") + database_ + " " + taskName_,
+                  velor_32::kNotFound);
+  task_ = global::ReadTask(ctx_, lines);
+  return kOk;
+}
+
+int Global::PrepareSelection() {
+  if (int rc = velora::ResolveSearch(space_.get(), &params_, &found_, out_); rc != kOk) {
+    LogTool("Global " + database_ + " error " + std::to_string(rc));
+    return Refuse("Error " + std::to_string(rc), rc);
+  }
+  scan_ = std::make_unique<velora::RecordFilter>(space_.get());
+  if (params_.scan.empty()) return kOk;
+  const std::string format = velora::ScanFormat(params_.scan);
+  out_ << "scan expr: " << format << std::endl;
+  const int rc = scan_->Prepare(format);
+  return rc == kOk ? kOk : Refuse("sequential search format error " + format, rc);
+}
+
+int Global::Refuse(const std::string& message, int result) {
+  out_ << message << std::endl;
+  LogTool(message);
+  return result;
+}
+
+void Global::CorrectAll() {
+  VelorGblRecContext context;
+  context.ifUpdate = params_.ifUpdate;
+  context.flc = params_.flc;
+  context.autoin = params_.autoin;
+  context.autoinList = params_.autoin ? &autoin_ : nullptr;
+  context.recordDone = [this](TVelorSpace* space, int slot, int result, const std::string& errors,
+                              const std::string& protocol) { Report(space, slot, result, errors, protocol); };
+  context.finished = [this](TVelorSpace*, int, const std::string& errors, const std::string& protocol) {
+    errors_ = errors;
+    protocol_ = protocol;
+  };
+  runner_ = std::make_unique<GblRecRunner>(space_.get(), std::move(context));
+  velor_32::VelorBulkStart(space_.get());
+  velora::VisitSelection(space_.get(), params_, [this](int mfn) { Correct(mfn); });
+  velor_32::VelorBulkStop(space_.get());
+  report_.Close();
+}
+
+void Global::Correct(int mfn) {
+  TVelorSpace* space = space_.get();
+  const int read = velor_32::VelorRecord(space, kSlot, mfn);
+  if (read != kOk && read != velor_32::kDeleted) return;
+  // What the file says of a lock is no right to the record that somebody holds.
+  velor_32::Velorrecunlock(space, kSlot);
+  if (!scan_->Passes(kSlot)) return;
+  HashRecord(space, kSlot, hashBefore_);
+  const int statusBefore = velor_32::Velorrecstatus(space, kSlot, 0);
+  runner_->Run(kSlot, task_);
+  // A task may be stopped in its middle: the record in hand stays as it is in the file.
+  if (app::CheckStopProcess(ctx_)) return;
+  HashRecord(space, kSlot, hashAfter_);
+  const bool isUnchanged =
+      hashAfter_ == hashBefore_ && velor_32::Velorrecstatus(space, kSlot, 0) == statusBefore;
+  result_ = isUnchanged ? kOk : Write();
+  Report(space, kSlot, result_, errors_, protocol_);
+  if (errors_.empty()) return;
+  out_ << "Gbl error " << errors_ << std::endl;
+  LogTool("Gbl error " + errors_);
+}
+
+int Global::Write() {
+  TVelorSpace* space = space_.get();
+  const auto linkedFileChanged = indexing::DefaultFullTextHooks().linkedFileChanged;
+  if (space->isFullText && linkedFileChanged && linkedFileChanged(space, kSlot))
+    velor_32::Velorrecftunactualize(space, kSlot);
+  const int timeout = maintenance_->relayRecTime;
+  int result = kOk;
+  int indexResult = kOk;
+  velor_32::VelorRecUpdateTime(space, kSlot, false, params_.ifUpdate, timeout, &result, &indexResult);
+  if (result == kOk) velor_32::VelorRecCleanMtxTime(space, kSlot, timeout);
+  return result;
+}
+
+/// What became of a record, in the report file; failures go to the log where there is none.
+void Global::Report(TVelorSpace* space, int slot, int result, const std::string& errors,
+                    const std::string& protocol) {
+  if (!report_.isOpen() && result == kOk) return;
+  const std::string record =
+      backup::GetDbNameEK(space) + " MFN " + std::to_string(velor_32::Velormfn(space, slot));
+  const std::string line = result == kOk ? "Record update success: " + record
+                                         : "Record update error: " + std::to_string(result) + " " + record;
+  if (!report_.isOpen()) {
+    LogTool(line);
+    return;
+  }
+  std::string& buffer = report_.buffer();
+  for (const std::string* text : {&errors, &protocol})
+    if (!text->empty()) buffer.append(*text).append(kLineEnd);
+  buffer.append(line).append(kLineEnd);
+  report_.Flush();  // at once: a killed run has told what it did
+}
+
+int Global::Finish() {
+  if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
+  if (result_ != kOk) {
+    out_ << "Error " << result_ << std::endl;
+    LogTool("Global " + database_ + " error " + std::to_string(result_));
+  } else {
+    out_ << "Done" << std::endl;
+    LogTool("Global " + database_ + " done");
+  }
+  return result_;
+}
+
+}  // namespace
+
+int VelorGlobal(app::VelorAppContext* ctx, const std::string& database, const std::string& taskName,
+                const VelorGlobalContext& params, std::ostream& out) {
+  return Global(ctx, utils::StringUtils::ToLower(database), taskName, params, out).Run();
+}
+
+}  // namespace velor_server_proc

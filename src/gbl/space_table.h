@@ -1,0 +1,77 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "storage/velor_space.h"
+
+namespace global {
+
+/// The spaces that the blocks of one run work on, and their names, each with a count of the changes.
+///
+/// The two lists run side by side and are addressed by index; closing the space of a new record takes away
+/// the name before the last, so that they can get out of step. Hits that wait are kept by identity, not by
+/// index: a removal then moves none of them, and a block with very many hits stays linear.
+class SpaceTable {
+ public:
+  static constexpr int kNone = -1;
+
+  SpaceTable() = default;
+  SpaceTable(const SpaceTable&) = delete;
+  SpaceTable& operator=(const SpaceTable&) = delete;
+
+  [[nodiscard]] int GetCount() const { return static_cast<int>(spaces_.size()); }
+  [[nodiscard]] bool IsIndex(int i) const { return i >= 0 && i < GetCount(); }
+  /// Null for a bad index.
+  [[nodiscard]] velor_01::TVelorSpace* At(int i) const;
+
+  /// Adds a space and its name, "db.mfn", or "db.0" for a new record. The space stays the caller's to close.
+  void Add(velor_01::TVelorSpace* space, const std::string& name);
+
+  /// Index of a name of an existing record, kNone when there is none.
+  [[nodiscard]] int IndexOfName(const std::string& name) const;
+
+  void CountChange(int i);
+  [[nodiscard]] bool HasChanges(int i) const;
+
+  /// Removes entry i of both lists.
+  void Remove(int i);
+  /// Removes the last space, and the name before the last.
+  void RemoveNewRecord();
+
+  /// Hits waiting: to be worked in the order in which they were pushed.
+  void PushHit(int i);
+  [[nodiscard]] bool HasHits() const { return nextHit_ < hits_.size(); }
+  [[nodiscard]] int HitCount() const { return static_cast<int>(hits_.size() - nextHit_); }
+  /// Index of the first one, which is taken; kNone when its space is gone.
+  int TakeHit();
+  [[nodiscard]] bool IsWaiting(int i) const;
+  void ClearHits();
+
+ private:
+  struct Space {
+    velor_01::TVelorSpace* space;
+    int id;  // ascends in the list
+    int waitingHits = 0;
+  };
+  struct Name {
+    std::string text;
+    int id;
+    int changes = 0;
+  };
+  template <class List>
+  static int IndexOfId(const List& list, int id);
+  void RemoveName(int i);
+
+  std::deque<Space> spaces_;
+  std::deque<Name> names_;
+  std::unordered_map<std::string, int> nameIds_;  // of existing records
+  std::vector<int> hits_;                         // ids; those before nextHit_ are taken
+  std::size_t nextHit_ = 0;
+  int lastId_ = 0;
+};
+
+}  // namespace global
