@@ -168,7 +168,7 @@ TEST(Task, RowsGiveWhatTheyTell) {
     script.RunFile(entry.path());
     rows += script.rows();
   }
-  EXPECT_GE(rows, 130);
+  EXPECT_GE(rows, 380);
 }
 
 }  // namespace
