@@ -180,6 +180,7 @@ void Export::ExportRecord(int mfn) {
   }
   if (!scan_->Passes(kSourceSlot) || !filter_->Passes(kSourceSlot)) return;
   if (table_.isLoaded()) Reformat();
+  if (app::CheckStopProcess(ctx_)) return;  // the table may have been cut off in its middle
   if (marcMode_) velora::ReplaceInFields(space_.get(), slot_, velora::kSubfieldMark, velora::kMarcDelimiter);
   if (params_.format == VelorExportContext::kIso) {
     WriteIso();

@@ -1,16 +1,18 @@
 #include "exchange/import.h"
 
-#include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <map>
 #include <memory>
 #include <ostream>
 
 #include "exchange/csv.h"
 #include "exchange/exchange_files.h"
+#include "exchange/import_corrections.h"
+#include "exchange/import_numbers.h"
+#include "exchange/import_report.h"
 #include "exchange/import_source.h"
 #include "exchange/marc_mode.h"
+#include "exchange/record_merger.h"
 #include "exchange/reformat.h"
 #include "format/record_filter.h"
 #include "storage/app_context.h"
@@ -20,17 +22,11 @@
 #include "storage/database_open.h"
 #include "storage/fields.h"
 #include "storage/maintenance_context.h"
-#include "storage/record_guid.h"
 #include "storage/record_lock.h"
-#include "storage/record_read.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
-#include "storage/xrf_info.h"
 #include "utils/code_page.h"
-#include "utils/int_list.h"
-#include "utils/output_file.h"
-#include "utils/string_list.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
 
@@ -38,6 +34,7 @@ namespace velor_server_proc {
 
 using velor_32::kOk;
 using velora::ImportSource;
+using velora::RecordMerger;
 
 namespace {
 
@@ -46,35 +43,12 @@ constexpr int kSourceSlot = 0;
 constexpr int kTableSlot = 1;  // the record that a table builds
 constexpr int kBlankSlot = 3;  // for the blank records that fill up to a number
 
-/// What the options ask for and this program does not do yet; empty when it does all of it.
-std::string MissingPart(const VelorImportContext& params) {
-  if (params.mergeMode == VelorImportContext::kMergeByFormat) return "-p";
-  if (params.mergeMode == VelorImportContext::kMergeByCorrection) return "-g";
-  if (params.flc) return "-c";
-  return params.autoin ? "-a" : "";
-}
-
 /// Removes a file at the end of the scope; an empty name is none.
 struct TemporaryFile {
   std::string path;
   ~TemporaryFile() {
     if (!path.empty()) ::unlink(path.c_str());
   }
-};
-
-/// For the life of the object new records take numbers at the end only, whatever the main ini says.
-class NumbersInOrder {
- public:
-  NumbersInOrder(app::VelorAppContext* ctx, bool active) : ctx_(ctx), former_(ctx->reusePhysDel) {
-    if (active) ctx_->reusePhysDel = false;
-  }
-  ~NumbersInOrder() { ctx_->reusePhysDel = former_; }
-  NumbersInOrder(const NumbersInOrder&) = delete;
-  NumbersInOrder& operator=(const NumbersInOrder&) = delete;
-
- private:
-  app::VelorAppContext* ctx_;
-  bool former_;
 };
 
 class Import {
@@ -88,22 +62,22 @@ class Import {
  private:
   int Prepare();
   int PrepareFilter();
+  int PrepareMerge();
   int ConvertCsv();
   int OpenSource();
   int ImportAll();
   void ImportRecord();
-  void Reformat();
-  bool IsRefused();
-  void Skip(const std::string& reason);
+  bool MeetsConditions();
+  void Tell(const char* what, const std::string& errors);
+  bool Merge(int newSlot);
+  bool Complete();
+  bool HasContent();
+  int CountBadTexts();
   void CleanFields();
-  bool TakeHeaderNumber();
-  void MakeNew();
-  bool HasRoomFor(std::int64_t records);
-  bool ExtendTo(int mfn);
+  int Write();
   int StoreUnderFreedNumber();
   int Store();
-  void Count(int result, bool isNew);
-  void Note(const std::string& line);
+  void Count(int result);
   void Report();
 
   app::VelorAppContext* ctx_;
@@ -116,17 +90,19 @@ class Import {
   std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
   velora::ReformatTable table_;
   std::unique_ptr<velora::RecordFilter> filter_;
-  int slot_ = kSourceSlot;  // of the record that is stored
+  std::unique_ptr<velora::RecordMerger> merger_;  // null unless records are merged by format
+  std::unique_ptr<velora::ImportCorrections> corrections_;
   bool marcMode_ = false;
   bool updateIndex_ = false;
   TemporaryFile converted_;
-  velora::OutputFile protocol_;
-  velor_01::TIntList freedNumbers_;
-  int nextFreed_ = 0;
+  velora::FreedNumbers freedNumbers_;
   std::unique_ptr<ImportSource> source_;
-  std::int64_t recordNumber_ = 0;               // in the file, from 1
-  std::map<std::string, std::int64_t> counts_;  // by status
-  std::int64_t imported_ = 0;
+  velora::ImportReport report_;
+
+  // The record in hand.
+  int slot_ = kSourceSlot;
+  bool isMerged_ = false;  // it is one of the database with new fields
+  bool isNew_ = false;     // it was stored as a new one
 };
 
 int Import::Run() {
@@ -153,24 +129,33 @@ int Import::Run() {
 
 /// Everything before the first record. The source stays null when the run ends here.
 int Import::Prepare() {
-  if (const std::string missing = MissingPart(params_); !missing.empty()) {
-    out_ << "import " << missing << ": not built yet" << std::endl;
-    return kOk;
-  }
   updateIndex_ = ctx_->mainIni->Get("Main", "RECUPDIF", "0") == "1";
   if (!params_.fst.empty()) {
     marcMode_ = velora::IsMarcTable(ctx_, params_.fst);
     table_.Load(space_.get(), database_, params_.fst, out_);
   }
-  if (params_.proto && !protocol_.Create(velora::WorkFile(ctx_, file_, "_protocol_")))
+  if (params_.proto && !report_.CreateProtocol(velora::WorkFile(ctx_, file_, "_protocol_")))
     LogTool("Import cannot create protocol of " + file_);
   if (params_.format == VelorImportContext::kCsv)
     if (int rc = ConvertCsv(); rc != kOk) return rc;
+  if (int rc = PrepareMerge(); rc != kOk) return rc;
   if (int rc = PrepareFilter(); rc != kOk) return rc;
-  if (params_.reuseMfn) velora::isisxrfinfo(space_.get(), {.physicallyDeleted = &freedNumbers_});
+  if (params_.reuseMfn) freedNumbers_.Load(space_.get());
   maintenance_.reset(velora::VelorA_init(ctx_));
   if (!maintenance_) return velor_32::kNoMemory;
   return OpenSource();
+}
+
+int Import::PrepareMerge() {
+  corrections_ = std::make_unique<velora::ImportCorrections>(space_.get());
+  if (int rc = corrections_->Prepare(database_, params_, updateIndex_, out_); rc != kOk) return rc;
+  if (params_.mergeMode != VelorImportContext::kMergeByFormat) return kOk;
+  merger_ = std::make_unique<RecordMerger>(space_.get());
+  const int rc = merger_->Prepare(params_.merge);
+  if (rc == kOk) return kOk;
+  out_ << "merge format error " << params_.merge << std::endl;
+  LogTool("merge format error " + params_.merge);
+  return rc;
 }
 
 int Import::PrepareFilter() {
@@ -212,7 +197,7 @@ int Import::ImportAll() {
     velor_32::Velornewrec(space_.get(), kSourceSlot);
     const ImportSource::Outcome outcome = source_->Next(kSourceSlot);
     if (outcome == ImportSource::Outcome::kEnd || app::CheckStopProcess(ctx_)) break;
-    ++recordNumber_;
+    report_.NextRecord();
     if (outcome == ImportSource::Outcome::kNoMemory) {
       out_ << "malloc error " << std::endl;
       result = velor_32::kNoMemory;
@@ -221,7 +206,7 @@ int Import::ImportAll() {
     if (outcome == ImportSource::Outcome::kRecord) {
       ImportRecord();
     } else {
-      Skip(source_->remark);
+      report_.Skip(source_->remark);
     }
   }
   velor_32::VelorBulkStop(space_.get());
@@ -232,50 +217,108 @@ int Import::ImportAll() {
 }
 
 void Import::ImportRecord() {
-  velor_01::TVelorSpace* space = space_.get();
-  if (!source_->remark.empty())
-    Note("Record damaged: NUMBER " + std::to_string(recordNumber_) + " " + source_->remark);
-  if (table_.isLoaded()) Reformat();
-  if (IsRefused()) return;
-  if (params_.checkEncoding) CleanFields();
-  const bool hasNumber = params_.header && velor_32::Velormfn(space, slot_) > 0;
-  const NumbersInOrder inOrder(ctx_, hasNumber);
-  if (hasNumber && !TakeHeaderNumber()) return;
+  if (!source_->remark.empty()) report_.NoteNumber("Record damaged", source_->remark);
+  slot_ = kSourceSlot;
+  if (table_.isLoaded()) {
+    slot_ = kTableSlot;
+    table_.Run(space_.get(), kSourceSlot, slot_);
+  }
+  if (!MeetsConditions()) return;
+  Tell("Gbl error", corrections_->RunMergeTask(slot_));
 
-  const bool isNew = velor_32::Velormfn(space, slot_) == 0;
-  const bool isGone = velor_32::Velorrecstatus(space, slot_, 1) & velor_01::kStatusPhysicallyDeleted;
-  const bool takesFreed = isNew && !hasNumber && nextFreed_ < freedNumbers_.GetCount();
-  const int result = takesFreed ? StoreUnderFreedNumber() : Store();
-  if (result == kOk && isGone)
-    velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, slot_), maintenance_->relayRecTime);
-  Count(result, isNew);
+  constexpr int kMostTries = 10000;
+  const int newSlot = slot_;
+  int result = kOk;
+  // Somebody else may store the partner between its reading and its writing; the new record is then merged
+  // with what that gave. Each such time another writer got on, so that the tries end.
+  for (int tries = 0; tries < kMostTries; ++tries) {
+    if (merger_ && !Merge(newSlot)) return;
+    if (!Complete()) return;
+    result = Write();
+    if (result != velor_32::kVersionMismatch || !isMerged_) break;
+  }
+  Count(result);
 }
 
-void Import::Reformat() {
-  slot_ = kTableSlot;
-  table_.Run(space_.get(), kSourceSlot, slot_);
-}
-
-/// Records that are not written: those that the filter keeps out, those without any field (with a header a
-/// number is enough), and with -k those that are not text throughout.
-bool Import::IsRefused() {
+/// Whether the record may go in as the file and the table give it.
+bool Import::MeetsConditions() {
   if (!filter_->Passes(slot_)) {
-    Skip("filter");
-    return true;
+    report_.Skip("filter");
+    return false;
   }
-  if (params_.checkEncoding && source_->badTexts > 0) {
-    Skip("bad encoding COUNT " + std::to_string(source_->badTexts));
-    return true;
+  if (!params_.checkEncoding) return true;
+  if (source_->badTexts > 0) {
+    report_.Skip("bad encoding COUNT " + std::to_string(source_->badTexts));
+    return false;
   }
-  const bool hasFields = velor_32::Velornfields(space_.get(), slot_) > 0;
-  if (hasFields || (params_.header && velor_32::Velormfn(space_.get(), slot_) >= 1)) return false;
-  Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
+  if (merger_) CleanFields();  // it is compared with fields that were cleaned when they were stored
   return true;
 }
 
-void Import::Skip(const std::string& reason) {
-  ++counts_["skipped"];
-  Note("Record skipped: NUMBER " + std::to_string(recordNumber_) + " " + reason);
+/// Errors of a task leave the record as the task left it.
+void Import::Tell(const char* what, const std::string& errors) {
+  if (errors.empty()) return;
+  report_.NoteNumber(what, errors);
+  LogTool(what + (" " + errors));
+}
+
+/// Makes the record in hand one of the database where there is one to merge with. False when nothing is to be
+/// written.
+bool Import::Merge(int newSlot) {
+  slot_ = newSlot;
+  isMerged_ = false;
+  switch (merger_->Merge(newSlot)) {
+    case RecordMerger::Outcome::kNoPartner:
+      if (merger_->error() != kOk)
+        report_.Note("Record not merged: MFN " + std::to_string(merger_->mfn()) + " " +
+                     std::to_string(merger_->error()));
+      return true;
+    case RecordMerger::Outcome::kUnchanged:
+      report_.Ignore(merger_->mfn());
+      return false;
+    case RecordMerger::Outcome::kMerged:
+      slot_ = newSlot + 1;
+      isMerged_ = true;
+      return true;
+    case RecordMerger::Outcome::kFailed:
+      break;
+  }
+  report_.Stored(merger_->error(), 0, false);
+  return false;
+}
+
+/// Automatic input, and the conditions on what is written. False when the record is not.
+bool Import::Complete() {
+  Tell("Autoin error", corrections_->RunAutomaticInput(slot_));
+  if (!HasContent()) {
+    report_.Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
+    return false;
+  }
+  if (params_.checkEncoding) {
+    if (const int badTexts = CountBadTexts(); badTexts > 0) {
+      report_.Skip("bad encoding COUNT " + std::to_string(badTexts));
+      return false;
+    }
+    CleanFields();
+  }
+  std::string reason;
+  if (corrections_->PassesLogicControl(slot_, &reason)) return true;
+  report_.Skip("flc " + reason);
+  return false;
+}
+
+/// With a header a number is enough.
+bool Import::HasContent() {
+  return velor_32::Velornfields(space_.get(), slot_) > 0 ||
+         (params_.header && velor_32::Velormfn(space_.get(), slot_) >= 1);
+}
+
+/// The file has none left here, but a record of the database or a task may bring them in.
+int Import::CountBadTexts() {
+  int count = 0;
+  for (int i = 1; i <= velor_32::Velornfields(space_.get(), slot_); ++i)
+    if (!utils::TextUtil::CheckUTF8(velor_32::FieldText(space_.get(), slot_, i))) ++count;
+  return count;
 }
 
 void Import::CleanFields() {
@@ -287,78 +330,33 @@ void Import::CleanFields() {
   }
 }
 
-/// Makes room for the number that the header asks for. A number in use gets a further version of its record;
-/// the next free one is simply a new record. False when the number cannot be had.
-bool Import::TakeHeaderNumber() {
-  velor_01::TVelorSpace* space = space_.get();
-  const int mfn = velor_32::Velormfn(space, slot_);
-  if (!ExtendTo(mfn)) {
-    Count(velor_32::kMfnRange, false);
-    return false;
-  }
-  if (mfn >= velor_32::Velormaxmfn(space)) {
-    MakeNew();
-    return true;
-  }
-  const int version = velor_32::VelorReadVersion(space, mfn);
-  if (version < 0) {
-    Count(velor_32::kDamaged, false);
-    return false;
-  }
-  velor_32::Velorchangeversion(space, slot_, version);
-  // The state in the file tells of the record that was exported; it is no right to the one that somebody
-  // holds here.
-  velor_32::Velorrecunlock(space, slot_);
-  return true;
-}
-
-/// Takes the number from the record, which keeps the GUID that came with it.
-void Import::MakeNew() {
-  const char* guid = velor_32::VelorGetGuid(space_.get(), slot_);
-  const std::string kept = guid ? guid : "";
-  velor_32::Velorchangemfn(space_.get(), slot_, 0);
-  if (!kept.empty()) velor_32::VelorSetGuid(space_.get(), slot_, kept.c_str());
-}
-
-/// A number far away is refused before it fills the disk.
-bool Import::HasRoomFor(std::int64_t records) {
-  constexpr std::int64_t kBytesEach = velor_01::kLeaderSize + velor_01::kXrfEntrySize;
-  struct statvfs disk {};
-  if (::statvfs((space_->path + ".mst").c_str(), &disk) != 0) return false;
-  return records * kBytesEach <
-         static_cast<std::int64_t>(disk.f_bavail) * static_cast<std::int64_t>(disk.f_frsize);
-}
-
-/// Writes blank records and deletes them physically until `mfn` is the next free number.
-bool Import::ExtendTo(int mfn) {
+int Import::Write() {
   velor_01::TVelorSpace* space = space_.get();
   const int timeout = maintenance_->relayRecTime;
-  int next = velor_32::Velormaxmfn(space);
-  if (next < 1 || (next < mfn && !HasRoomFor(std::int64_t{mfn} - next))) return false;
-  for (; next < mfn && next >= 1; next = velor_32::Velormaxmfn(space)) {
-    if (app::CheckStopProcess(ctx_)) return false;
-    int result = kOk;
-    int ignored = kOk;
-    velor_32::Velornewrec(space, kBlankSlot);
-    velor_32::VelorRecUpdateTime(space, kBlankSlot, false, false, timeout, &result, &ignored);
-    if (result != kOk) return false;
-    const int blank = velor_32::Velormfn(space, kBlankSlot);
-    if (int rc = velor_32::VelorRecPhysDelTime(space, blank, timeout); rc != kOk)
-      LogTool("VelorRecPhysDelTime error mfn " + std::to_string(blank) + " " + std::to_string(rc));
-  }
-  return next >= mfn;
+  // A merged record has the number of the database; that of the header is the new one's.
+  const bool hasNumber = params_.header && !isMerged_ && velor_32::Velormfn(space, slot_) > 0;
+  const velora::NumbersInOrder inOrder(ctx_, hasNumber);
+  isNew_ = false;
+  if (hasNumber)
+    if (int rc = velora::TakeHeaderNumber(space, slot_, kBlankSlot, timeout); rc != kOk) return rc;
+
+  isNew_ = velor_32::Velormfn(space, slot_) == 0;
+  const bool isGone = velor_32::Velorrecstatus(space, slot_, 1) & velor_01::kStatusPhysicallyDeleted;
+  const bool takesFreed = isNew_ && !hasNumber && !freedNumbers_.isEmpty();
+  const int result = takesFreed ? StoreUnderFreedNumber() : Store();
+  if (result == kOk && isGone)
+    velor_32::VelorRecPhysDelTime(space, velor_32::Velormfn(space, slot_), timeout);
+  return result;
 }
 
 /// A new record takes the first number that was freed. One that somebody else took in the meantime is passed
 /// over.
 int Import::StoreUnderFreedNumber() {
-  while (nextFreed_ < freedNumbers_.GetCount()) {
-    const int mfn = freedNumbers_.Get(nextFreed_++);
-    velor_32::Velorchangemfn(space_.get(), slot_, mfn);
-    velor_32::Velorchangeversion(space_.get(), slot_, 0);
+  while (!freedNumbers_.isEmpty()) {
+    freedNumbers_.GiveNext(space_.get(), slot_);
     if (const int result = Store(); result != velor_32::kVersionMismatch) return result;
   }
-  MakeNew();
+  velora::MakeNewRecord(space_.get(), slot_);
   return Store();
 }
 
@@ -371,32 +369,17 @@ int Import::Store() {
   return result;
 }
 
-void Import::Count(int result, bool isNew) {
-  std::string status = isNew ? "inserted" : "updated";
-  if (result != kOk) status = "Record update error: " + std::to_string(result);
-  ++counts_[status];
-  if (result == kOk) ++imported_;
-  if (!protocol_.isOpen()) return;
-  const std::string mfn = std::to_string(velor_32::Velormfn(space_.get(), slot_));
-  Note(result == kOk ? "Record " + status + ": MFN " + mfn
-                     : status + " NUMBER " + std::to_string(recordNumber_));
-  if (source_->lostFields > 0)
-    Note("Record fields lost: MFN " + mfn + " COUNT " + std::to_string(source_->lostFields));
-}
-
-void Import::Note(const std::string& line) {
-  if (!protocol_.isOpen()) return;
-  protocol_.buffer().append(line).append("\r\n");
-  protocol_.FlushIfLarge();
+void Import::Count(int result) {
+  const int mfn = velor_32::Velormfn(space_.get(), slot_);
+  if (result == kOk && isMerged_) report_.Merged(mfn);
+  report_.Stored(result, mfn, isNew_);
+  if (source_->lostFields > 0) report_.NoteMfn("Record fields lost", mfn, source_->lostFields);
 }
 
 void Import::Report() {
   source_.reset();
-  protocol_.Close();
-  out_ << "Records imported total" << std::endl;
-  for (const auto& [status, count] : counts_) out_ << status << " " << count << std::endl;
-  out_ << "Records merged 0" << std::endl << "Records imported " << imported_ << std::endl;
-  LogTool("Import " + database_ + " records merged 0");
+  report_.Finish(out_);
+  LogTool("Import " + database_ + " records merged " + std::to_string(report_.merged()));
   LogTool("Import " + database_ + " done");
   if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
   out_ << "Done" << std::endl;

@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "format/record_print.h"
 #include "storage/velor_space.h"
 
 /// Conditions on records: the filter and the sequential expression of the roads. A record passes when the
@@ -20,21 +21,18 @@ namespace velora {
 
 class RecordFilter {
  public:
-  explicit RecordFilter(velor_01::TVelorSpace* space) : space_(space) {}
+  explicit RecordFilter(velor_01::TVelorSpace* space) : print_(space) {}
 
   /// Compiles a format, UTF-8 or "@name". Result 0 or the code of the compiler. Without a format every
   /// record passes.
-  int Prepare(const std::string& format);
+  int Prepare(const std::string& format) { return print_.Prepare(format); }
 
   /// The record in `slot`; alternate records are read into the slots from `slot` + 1 on. An error of the
   /// format is logged with the record's number, and the record does not pass.
   [[nodiscard]] bool Passes(int slot);
 
  private:
-  int Compile();
-
-  velor_01::TVelorSpace* space_;
-  std::string format_;  // as the compiler takes it
+  RecordPrint print_;
 };
 
 }  // namespace velora

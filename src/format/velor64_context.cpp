@@ -265,7 +265,7 @@ std::string Velor64Context::GetRepGroupError() const {
 }
 
 bool Velor64Context::MayGoOn() {
-  if (app::CheckStopProcess(app_)) return false;
+  if (!(app_ && app_->finishesFormats) && app::CheckStopProcess(app_)) return false;
   const char here = 0;
   if (!stackBase_) stackBase_ = &here;
   if (std::abs(stackBase_ - &here) < kDeepestStack) return true;

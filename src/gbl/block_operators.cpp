@@ -43,10 +43,10 @@ int NEWMFN(GblCtx* ctx, TVelorSpace* space, int slot, const std::string& format)
     if (name.empty()) return kNoNewRecord;
     if (RunRemotely(ctx, space, slot, "NEWMFN", name)) return kOk;
     if (name == "*") name = ctx->dbName;
-    BlockDatabase database;
+    int rc = kOk;
     velor_32::SpacePointer opened;
-    int rc = FindBlockDatabase(space->app, name, &database);
-    if (rc == kOk) opened = OpenBlockSpace(space->app, database, space->deflex, &rc);
+    if (const auto database = ctx->pool->Find(space->app, name, &rc); database)
+      opened = ctx->pool->Open(space->app, *database, space->deflex, &rc);
     if (rc != kOk) {
       FailDatabase(ctx, "NEWMFN", rc, name);
       return rc;
@@ -81,7 +81,7 @@ void EndHit(GblCtx* ctx, TVelorSpace* space) {
   TVelorSpace* hit = ctx->spaces.At(ctx->targetIndex);
   if (hit == nullptr || hit == space || !(ctx->lazyGlobal || ctx->recordDone)) return;
   if (IsDone(ctx, hit) && !ctx->spaces.IsWaiting(ctx->targetIndex)) {
-    velor_32::Velorclose(hit);
+    ctx->pool->Close(velor_32::SpacePointer(hit));
     ctx->spaces.Remove(ctx->targetIndex);
   } else if (ctx->lazyGlobal) {
     velor_32::VelorLazy(hit);
@@ -92,7 +92,7 @@ void EndNewRecord(GblCtx* ctx, TVelorSpace* space) {
   TVelorSpace* last = ctx->spaces.At(ctx->spaces.GetCount() - 1);
   if (last == nullptr || last == space || !(ctx->lazyGlobal || ctx->recordDone)) return;
   if (IsDone(ctx, last)) {
-    velor_32::Velorclose(last);
+    ctx->pool->Close(velor_32::SpacePointer(last));
     ctx->spaces.RemoveNewRecord();
   } else if (ctx->lazyGlobal) {
     velor_32::VelorLazy(last);

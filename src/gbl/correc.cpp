@@ -1,16 +1,17 @@
 #include "gbl/correc.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "gbl/mst_global.h"
 #include "index/words.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
-#include "storage/master_file.h"
 #include "storage/record_read.h"
 #include "storage/shelf.h"
 #include "storage/term_first.h"
 #include "storage/term_read.h"
+#include "utils/path_util.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
 
@@ -34,7 +35,11 @@ std::string_view TrimKey(std::string_view key) {
 class HitSearch {
  public:
   HitSearch(GblCtx* ctx, TVelorSpace* space, int slot, int limit)
-      : ctx_(ctx), space_(space), slot_(slot), limit_(limit), currentMfn_(velor_32::Velormfn(space, slot)) {}
+      : ctx_(ctx), space_(space), limit_(limit), currentMfn_(velor_32::Velormfn(space, slot)) {}
+
+  ~HitSearch() { ctx_->pool->Close(std::move(index_)); }
+  HitSearch(const HitSearch&) = delete;
+  HitSearch& operator=(const HitSearch&) = delete;
 
   int Open(const std::string& name);
   void FindKey(std::string key, bool isPrefix);
@@ -42,25 +47,23 @@ class HitSearch {
  private:
   bool TakePostings();
   void TakeHit(int mfn, int tag, int occurrence);
-  void OpenHit(const std::string& id, int mfn, int tag, int occurrence);
-  void Enter(TVelorSpace* hit, const std::string& id, int tag, int occurrence);
 
   GblCtx* ctx_;
   TVelorSpace* space_;
-  int slot_;
   int limit_;  // postings of a term; 0 for all
   int currentMfn_;
   bool isCurrentDatabase_ = false;
   std::string name_;
-  BlockDatabase database_;
+  std::shared_ptr<const BlockDatabase> database_;
   velor_32::SpacePointer index_;
 };
 
 int HitSearch::Open(const std::string& name) {
   name_ = name;
   isCurrentDatabase_ = name == utils::StringUtils::ToLower(ctx_->dbName);
-  int rc = FindBlockDatabase(space_->app, name, &database_);
-  if (rc == kOk) index_ = OpenBlockSpace(space_->app, database_, space_->deflex, &rc);
+  int rc = kOk;
+  database_ = ctx_->pool->Find(space_->app, name, &rc);
+  if (database_) index_ = ctx_->pool->Open(space_->app, *database_, space_->deflex, &rc);
   if (rc != kOk) FailDatabase(ctx_, "CORREC", rc, name);
   return rc;
 }
@@ -98,31 +101,17 @@ bool HitSearch::TakePostings() {
 /// A record that is a hit already is worked once more, without a tag and an occurrence of its own.
 void HitSearch::TakeHit(int mfn, int tag, int occurrence) {
   const std::string id = name_ + "." + std::to_string(mfn);
-  if (const int known = ctx_->spaces.IndexOfName(id); known != SpaceTable::kNone)
+  if (const int known = ctx_->spaces.IndexOfName(id); known != SpaceTable::kNone) {
     ctx_->spaces.PushHit(known);
-  else if (isCurrentDatabase_ && mfn == currentMfn_)
-    Enter(space_, id, tag, occurrence);
-  else
-    OpenHit(id, mfn, tag, occurrence);
-}
-
-void HitSearch::OpenHit(const std::string& id, int mfn, int tag, int occurrence) {
-  int rc = kOk;
-  velor_32::SpacePointer hit = OpenBlockSpace(space_->app, database_, space_->deflex, &rc);
-  if (rc != kOk) {
-    FailDatabase(ctx_, "CORREC", rc, name_);
     return;
   }
-  ++ctx_->openCount;
-  TVelorSpace* opened = hit.release();  // closed with the run, or when it is done
-  Enter(opened, id, tag, occurrence);
-  rc = velor_32::VelorRecord(opened, 0, mfn);
-  if (rc != kOk) ctx_->Fail("RECREAD_ERROR", std::to_string(rc) + "=" + std::to_string(mfn));
-  if (ctx_->lazyGlobal) velor_32::VelorLazy(opened);
-}
-
-void HitSearch::Enter(TVelorSpace* hit, const std::string& id, int tag, int occurrence) {
-  ctx_->spaces.Add(hit, id);
+  if (isCurrentDatabase_ && mfn == currentMfn_) {
+    ctx_->spaces.Add(space_, id);
+  } else {
+    ctx_->spaces.AddHit(database_, mfn, id);
+    if (const int rc = velor_32::VelorRecord(index_.get(), 0, mfn); rc != kOk)
+      ctx_->Fail("RECREAD_ERROR", std::to_string(rc) + "=" + std::to_string(mfn));
+  }
   ctx_->spaces.PushHit(ctx_->spaces.GetCount() - 1);
   ctx_->hitTags.push_back(tag);
   ctx_->hitOccs.push_back(occurrence);
@@ -167,6 +156,26 @@ int CORREC(GblCtx* ctx, TVelorSpace* space, int slot, const std::string& dbForma
     for (const std::string& key : ctx->keyLines) search.FindKey(key, arePrefixes);
     return ctx->spaces.HitCount();
   });
+}
+
+TVelorSpace* OpenHit(GblCtx* ctx, const TVelorSpace* space, int index) {
+  if (TVelorSpace* opened = ctx->spaces.At(index); opened != nullptr) return opened;
+  const BlockDatabase* database = ctx->spaces.DatabaseOf(index);
+  if (database == nullptr) return nullptr;
+  const std::string name = utils::PathUtil::GetFileName(database->path);
+  int rc = kOk;
+  velor_32::SpacePointer hit = ctx->pool->Open(space->app, *database, space->deflex, &rc);
+  if (!hit) {
+    FailDatabase(ctx, "CORREC", rc, name);
+    return nullptr;
+  }
+  ++ctx->openCount;
+  const int mfn = ctx->spaces.MfnOf(index);
+  rc = velor_32::VelorRecord(hit.get(), 0, mfn);
+  if (rc != kOk) ctx->Fail("RECREAD_ERROR", std::to_string(rc) + "=" + std::to_string(mfn));
+  TVelorSpace* opened = hit.release();  // closed with the run, or when it is done
+  ctx->spaces.SetSpace(index, opened);
+  return opened;
 }
 
 }  // namespace global

@@ -1,6 +1,7 @@
 #include "gbl/correction.h"
 
 #include "format/format_run.h"
+#include "gbl/correc.h"
 #include "gbl/gbl_ctx.h"
 #include "gbl/operators.h"
 #include "gbl/record_fields.h"
@@ -24,11 +25,12 @@ constexpr std::string_view kOccurrenceMark = "&&&";
 /// The walk of one task over one record.
 class Walk {
  public:
-  Walk(TVelorSpace* space, int slot, const TaskText& task, const RecordDone& recordDone)
+  Walk(TVelorSpace* space, int slot, const TaskText& task, const RecordDone& recordDone, BlockSpaces* pool)
       : space_(space), slot_(slot), task_(task) {
     ctx_.lines = &task;
     ctx_.dbName = backup::GetDbNameEK(space);
     ctx_.recordDone = recordDone;
+    ctx_.pool = pool;
     const utils::IniFile* ini = space->app->mainIni.get();
     ctx_.lazyGlobal = ini != nullptr && ini->Get("MAIN", "LAZY_GLOBAL", "") == "1";
   }
@@ -75,7 +77,7 @@ void Walk::TakeNextHit() {
   ctx_.hitPositioned = 1;
   ctx_.hitTag = takeFirst(ctx_.hitTags);
   ctx_.hitOcc = takeFirst(ctx_.hitOccs);
-  TVelorSpace* hit = ctx_.spaces.At(ctx_.targetIndex);
+  TVelorSpace* hit = OpenHit(&ctx_, space_, ctx_.targetIndex);
   if (hit == nullptr) return;
   for (const std::string& line : ctx_.correcFieldLines)
     AddField({hit, hit == space_ ? slot_ : 0}, kCorrecFieldTag, 0, line);
@@ -104,11 +106,11 @@ void Walk::PrepareOperands(int index) {
 void Walk::CloseSpaces(velor_01::TList* changedSpaces) {
   for (int i = 0; i < ctx_.spaces.GetCount(); ++i) {
     TVelorSpace* space = ctx_.spaces.At(i);
-    if (space == space_) continue;
+    if (space == nullptr || space == space_) continue;
     if (ctx_.spaces.HasChanges(i) && changedSpaces != nullptr && changedSpaces->Add(space)) {
       if (ctx_.lazyGlobal) velor_32::VelorLazy(space);
     } else {
-      velor_32::Velorclose(space);
+      ctx_.pool->Close(velor_32::SpacePointer(space));
     }
   }
 }
@@ -116,13 +118,13 @@ void Walk::CloseSpaces(velor_01::TList* changedSpaces) {
 }  // namespace
 
 void RunTask(TVelorSpace* space, int slot, const TaskText& task, velor_01::TList* changedSpaces,
-             std::string& errors, std::string& protocol, const RecordDone& recordDone) {
+             std::string& errors, std::string& protocol, const RecordDone& recordDone, BlockSpaces* pool) {
   const bool wasLazy = space->lazyMst || space->lazyTerm;
   if (wasLazy && velor_32::VelorUnlazy(space) != kOk) return;
   {
     const RunSettings settings(space);
     Guarded("IsisRecUpdateSpecial", 0, [&] {
-      Walk walk(space, slot, task, recordDone);
+      Walk walk(space, slot, task, recordDone, pool);
       walk.Run();
       errors += walk.context().errorStream;
       protocol += walk.context().protocolStream;
@@ -137,7 +139,8 @@ void IsisRecUpdateSpecial(TVelorSpace* space, int slot, const velor_01::TStringL
                           velor_01::TList* changedSpaces, std::string& errors, std::string& protocol,
                           const RecordDone& recordDone) {
   if (space == nullptr || space->app == nullptr || task == nullptr || task->GetCount() == 0) return;
-  RunTask(space, slot, ReadTask(space->app, *task), changedSpaces, errors, protocol, recordDone);
+  BlockSpaces pool;
+  RunTask(space, slot, ReadTask(space->app, *task), changedSpaces, errors, protocol, recordDone, &pool);
 }
 
 void IsisRecUpdateSpecial(TVelorSpace* space, int slot, const velor_01::TStringList* task,

@@ -60,6 +60,7 @@ struct GblCtx {
   std::int32_t remoteEnd = 0;                   ///< line behind a block that another server has run
   bool lazyGlobal = false;                      ///< LAZY_GLOBAL: spaces not being worked give up their files
   RecordDone recordDone;
+  BlockSpaces* pool = nullptr;  ///< opens the spaces of blocks and takes them back
 
   /// "<key>=<text>@@@" to the errors; the walk ends.
   void Fail(std::string_view key, std::string_view text);

@@ -38,11 +38,12 @@ class OtherRecords {
  public:
   /// `settings`: those of the application outside of the run.
   OtherRecords(const TVelorSpace* main, const VelorGblRecContext& context,
-               const global::LanguageSettings& settings)
+               const global::LanguageSettings& settings, global::BlockSpaces* pool)
       : context_(context),
         controlName_(LogicControlName(*main->app)),
         lockTimeout_(velora::MainNumber(*main->app, "RELAY_RECTIME", 5)),
         settings_(settings),
+        pool_(pool),
         database_(main->path) {
     if (context.autoin && context.autoinList != nullptr)
       autoin_.Assign(*context.autoinList);
@@ -70,7 +71,8 @@ class OtherRecords {
   std::string controlName_;
   int lockTimeout_;
   global::LanguageSettings settings_;  // those outside of the run
-  std::string database_;               // of the record before: path
+  global::BlockSpaces* pool_;
+  std::string database_;  // of the record before: path
   velor_01::TStringList autoin_;
   int autoinDepth_ = 0;
   indexing::SharedTables tables_;
@@ -88,8 +90,9 @@ void OtherRecords::AutomaticInput(TVelorSpace* space, int slot, std::string& err
     const global::TaskText task = global::ReadTask(space->app, autoin_);
     velor_01::TList changed;
     ++autoinDepth_;
-    global::RunTask(space, slot, task, &changed, errors, protocol,
-                    [this](TVelorSpace* other, int otherSlot) { return Done(other, otherSlot); });
+    global::RunTask(
+        space, slot, task, &changed, errors, protocol,
+        [this](TVelorSpace* other, int otherSlot) { return Done(other, otherSlot); }, pool_);
     --autoinDepth_;
     for (void* other : changed.Items()) velor_32::Velorclose(static_cast<TVelorSpace*>(other));
     result = errors.empty() ? protocol : errors;
@@ -152,7 +155,7 @@ void ReportProtocol(const VelorGblRecContext& context, std::string_view protocol
 }  // namespace
 
 GblRecRunner::GblRecRunner(TVelorSpace* space, VelorGblRecContext context)
-    : space_(space), context_(std::move(context)) {}
+    : space_(space), context_(std::move(context)), pool_(std::make_unique<global::BlockSpaces>()) {}
 GblRecRunner::~GblRecRunner() = default;
 
 int GblRecRunner::Run(int slot, const global::TaskText& task) {
@@ -160,10 +163,13 @@ int GblRecRunner::Run(int slot, const global::TaskText& task) {
   velor_01::TList changed;
   std::string errors;
   std::string protocol;
-  global::RunTask(space_, slot, task, &changed, errors, protocol, [&](TVelorSpace* other, int otherSlot) {
-    if (!others_) others_ = std::make_unique<OtherRecords>(space_, context_, settings);
-    return others_->Done(other, otherSlot);
-  });
+  global::RunTask(
+      space_, slot, task, &changed, errors, protocol,
+      [&](TVelorSpace* other, int otherSlot) {
+        if (!others_) others_ = std::make_unique<OtherRecords>(space_, context_, settings, pool_.get());
+        return others_->Done(other, otherSlot);
+      },
+      pool_.get());
   ReportProtocol(context_, protocol);
   for (void* other : changed.Items()) velor_32::Velorclose(static_cast<TVelorSpace*>(other));
   if (context_.finished) context_.finished(space_, slot, errors, protocol);

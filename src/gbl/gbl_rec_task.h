@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "gbl/gbl_rec.h"
+#include "gbl/mst_global.h"
 #include "gbl/task_text.h"
 
 namespace velor_server_proc {
@@ -25,6 +26,7 @@ class GblRecRunner {
  private:
   velor_01::TVelorSpace* space_;
   VelorGblRecContext context_;
+  std::unique_ptr<global::BlockSpaces> pool_;
   std::unique_ptr<OtherRecords> others_;  // null until a task reaches one
 };
 

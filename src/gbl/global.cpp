@@ -49,7 +49,7 @@ class Global {
   void Correct(int mfn);
   int Write();
   void Report(TVelorSpace* space, int slot, int result, const std::string& errors,
-              const std::string& protocol);
+              const std::string& protocol, bool isWritten);
   int Finish();
 
   app::VelorAppContext* ctx_;
@@ -129,7 +129,9 @@ void Global::CorrectAll() {
   context.autoin = params_.autoin;
   context.autoinList = params_.autoin ? &autoin_ : nullptr;
   context.recordDone = [this](TVelorSpace* space, int slot, int result, const std::string& errors,
-                              const std::string& protocol) { Report(space, slot, result, errors, protocol); };
+                              const std::string& protocol) {
+    Report(space, slot, result, errors, protocol, true);
+  };
   context.finished = [this](TVelorSpace*, int, const std::string& errors, const std::string& protocol) {
     errors_ = errors;
     protocol_ = protocol;
@@ -157,7 +159,7 @@ void Global::Correct(int mfn) {
   const bool isUnchanged =
       hashAfter_ == hashBefore_ && velor_32::Velorrecstatus(space, kSlot, 0) == statusBefore;
   result_ = isUnchanged ? kOk : Write();
-  Report(space, kSlot, result_, errors_, protocol_);
+  Report(space, kSlot, result_, errors_, protocol_, !isUnchanged);
   if (errors_.empty()) return;
   out_ << "Gbl error " << errors_ << std::endl;
   LogTool("Gbl error " + errors_);
@@ -178,7 +180,7 @@ int Global::Write() {
 
 /// What became of a record, in the report file; failures go to the log where there is none.
 void Global::Report(TVelorSpace* space, int slot, int result, const std::string& errors,
-                    const std::string& protocol) {
+                    const std::string& protocol, bool isWritten) {
   if (!report_.isOpen() && result == kOk) return;
   const std::string record =
       backup::GetDbNameEK(space) + " MFN " + std::to_string(velor_32::Velormfn(space, slot));
@@ -192,7 +194,10 @@ void Global::Report(TVelorSpace* space, int slot, int result, const std::string&
   for (const std::string* text : {&errors, &protocol})
     if (!text->empty()) buffer.append(*text).append(kLineEnd);
   buffer.append(line).append(kLineEnd);
-  report_.Flush();  // at once: a killed run has told what it did
+  if (isWritten)
+    report_.Flush();  // at once: a killed run has told what it did
+  else
+    report_.FlushIfLarge();
 }
 
 int Global::Finish() {

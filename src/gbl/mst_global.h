@@ -1,6 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "storage/velor_space.h"
 
@@ -12,19 +15,40 @@ namespace global {
 /// Velorinitmst.
 int VelorInitMstGlobal(velor_01::TVelorSpace* space, const char* path);
 
-/// A database as a block names it, its parameter file being read once.
+/// Where the files of a database lie: paths without extension.
 struct BlockDatabase {
-  std::string name;  ///< lower case
-  std::string path;  ///< of the record files, without extension
+  std::string path;
   std::string termPath;
 };
 
-/// Reads the parameter file of `name`. Result 0 or -5555.
-int FindBlockDatabase(const app::VelorAppContext* app, const std::string& name, BlockDatabase* database);
+/// The databases that blocks name and the spaces opened on them. A space that a block is done with waits for
+/// the next record of its database, as long as the files it has open are still those of their names. One pool
+/// may serve a run over many records.
+class BlockSpaces {
+ public:
+  BlockSpaces() = default;
+  BlockSpaces(const BlockSpaces&) = delete;
+  BlockSpaces& operator=(const BlockSpaces&) = delete;
 
-/// Opens records and dictionary of such a database. Without its table: that is loaded when the index of a
-/// record is to follow. Null with the code in `result`.
-[[nodiscard]] velor_32::SpacePointer OpenBlockSpace(app::VelorAppContext* app, const BlockDatabase& database,
-                                                    bool deflex, int* result);
+  /// Reads the parameter file of `name`, once. Null, and -5555 in `result`, when it has none.
+  [[nodiscard]] std::shared_ptr<const BlockDatabase> Find(const app::VelorAppContext* app,
+                                                          const std::string& name, int* result);
+
+  /// Records and dictionary of a database, with an empty record in slot 0. Without its table: that is loaded
+  /// when the index of a record is to follow. Null with the code in `result`.
+  [[nodiscard]] velor_32::SpacePointer Open(app::VelorAppContext* app, const BlockDatabase& database,
+                                            bool deflex, int* result);
+
+  /// Takes a space that is no longer needed.
+  void Close(velor_32::SpacePointer space);
+
+ private:
+  static constexpr std::size_t kMaxIdle = 4;
+
+  [[nodiscard]] velor_32::SpacePointer TakeIdle(const std::string& path);
+
+  std::unordered_map<std::string, std::shared_ptr<const BlockDatabase>> databases_;  // by name
+  std::vector<velor_32::SpacePointer> idle_;
+};
 
 }  // namespace global

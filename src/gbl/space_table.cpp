@@ -1,6 +1,7 @@
 #include "gbl/space_table.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace global {
 
@@ -27,6 +28,24 @@ void SpaceTable::Add(velor_01::TVelorSpace* space, const std::string& name) {
   names_.push_back({name, id});
   spaces_.push_back({space, id});
   if (!IsNewRecord(name)) nameIds_.emplace(name, id);
+}
+
+void SpaceTable::AddHit(std::shared_ptr<const BlockDatabase> database, int mfn, const std::string& name) {
+  Add(nullptr, name);
+  spaces_.back().database = std::move(database);
+  spaces_.back().mfn = mfn;
+}
+
+void SpaceTable::SetSpace(int i, velor_01::TVelorSpace* space) {
+  if (IsIndex(i)) spaces_[static_cast<std::size_t>(i)].space = space;
+}
+
+const BlockDatabase* SpaceTable::DatabaseOf(int i) const {
+  return IsIndex(i) ? spaces_[static_cast<std::size_t>(i)].database.get() : nullptr;
+}
+
+int SpaceTable::MfnOf(int i) const {
+  return IsIndex(i) ? spaces_[static_cast<std::size_t>(i)].mfn : 0;
 }
 
 int SpaceTable::IndexOfName(const std::string& name) const {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <deque>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "gbl/mst_global.h"
 #include "storage/velor_space.h"
 
 namespace global {
@@ -25,11 +27,17 @@ class SpaceTable {
 
   [[nodiscard]] int GetCount() const { return static_cast<int>(spaces_.size()); }
   [[nodiscard]] bool IsIndex(int i) const { return i >= 0 && i < GetCount(); }
-  /// Null for a bad index.
+  /// Null for a bad index, and for a hit whose turn has not come.
   [[nodiscard]] velor_01::TVelorSpace* At(int i) const;
 
   /// Adds a space and its name, "db.mfn", or "db.0" for a new record. The space stays the caller's to close.
   void Add(velor_01::TVelorSpace* space, const std::string& name);
+  /// Adds a record that gets its space when its turn comes: a block may have very many hits.
+  void AddHit(std::shared_ptr<const BlockDatabase> database, int mfn, const std::string& name);
+  void SetSpace(int i, velor_01::TVelorSpace* space);
+  /// Database and number of a record that was added as a hit; null and 0 for any other.
+  [[nodiscard]] const BlockDatabase* DatabaseOf(int i) const;
+  [[nodiscard]] int MfnOf(int i) const;
 
   /// Index of a name of an existing record, kNone when there is none.
   [[nodiscard]] int IndexOfName(const std::string& name) const;
@@ -56,6 +64,8 @@ class SpaceTable {
     velor_01::TVelorSpace* space;
     int id;  // ascends in the list
     int waitingHits = 0;
+    std::shared_ptr<const BlockDatabase> database = nullptr;
+    int mfn = 0;
   };
   struct Name {
     std::string text;

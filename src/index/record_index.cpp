@@ -186,6 +186,23 @@ int RecordUpdate::Repair() {
   return result;
 }
 
+/// The terms of a record are made to the end: a stop request between a record and its index waits.
+class WholeFormats {
+ public:
+  explicit WholeFormats(app::VelorAppContext* ctx) : ctx_(ctx), former_(ctx && ctx->finishesFormats) {
+    if (ctx_) ctx_->finishesFormats = true;
+  }
+  ~WholeFormats() {
+    if (ctx_) ctx_->finishesFormats = former_;
+  }
+  WholeFormats(const WholeFormats&) = delete;
+  WholeFormats& operator=(const WholeFormats&) = delete;
+
+ private:
+  app::VelorAppContext* ctx_;
+  bool former_;
+};
+
 /// What comes before each update: shelves, exclusive space, lock of the database.
 template <class Work>
 int WithUpdate(TVelorSpace* space, int shelf, int mfn, Work&& work) {
@@ -195,6 +212,7 @@ int WithUpdate(TVelorSpace* space, int shelf, int mfn, Work&& work) {
     std::shared_ptr<RecIfContext> context = IfUpdateGetMem_new(space);
     if (!context) return velor_32::kLockedByCaller;
     if (int rc = CheckDatabaseLock(space); rc != kOk) return rc;
+    const WholeFormats whole(space->app);
     RecordUpdate update(space, shelf, mfn, context.get());
     const int result = work(update);
     IfUpdateFreeMem_new(context);

@@ -125,6 +125,7 @@ struct VelorAppContext {
   bool decompiledFormats = false;  ///< FORMAT_DECOMPILED is "1"
   bool xpftEnabled = true;         ///< the extended format language is on
   bool xpftUpdateEnabled = false;  ///< its record-changing commands are allowed
+  bool finishesFormats = false;    ///< a stop request does not end a format: what it prints must be whole
   /// Postings of terms that were read, made by search on first use; owned. It never forgets, and does not see
   /// later changes of the dictionary.
   trmcache::TrmCache* termCache = nullptr;

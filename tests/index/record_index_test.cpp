@@ -459,4 +459,14 @@ TEST_F(RecordIndexTest, WordsOfPagesGoToTheCompanion) {
   EXPECT_TRUE(test::ReadDictionary(space->textSpace).empty());
 }
 
+TEST_F(RecordIndexTest, AStopRequestBetweenARecordAndItsIndexWaits) {
+  Table("blank.fst", "1 0 (v1/)\r\n");
+  const velor_32::SpacePointer space = Open();
+  Add(space.get(), {{1, "WHOLE"}});
+  app::StopProcess = 1;
+  EXPECT_EQ(recif::VelorRecIfUpdate0(space.get(), 0, 1), 0);
+  app::StopProcess = 0;
+  EXPECT_EQ(Dictionary(), Postings{"WHOLE 1 1 1 1"});
+}
+
 }  // namespace

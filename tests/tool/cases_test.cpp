@@ -4,7 +4,8 @@
 //   # ...            a remark
 //   share            copies the starting installation beside the program
 //   > name           a file beside the program, with the lines "| ..." that follow
-//   show name        a file as it is now; its lines stand below, each behind "= ", with CR as "\\r"
+//   show name        a file as it is now; its lines stand below, each behind "= ", with CR as "\\r"; the name
+//                    may be a pattern, and the first file of it is shown
 //   $ words          a command line behind the program's name; double quotes group words
 // Below a command line stands what it writes: standard output as it is, then "[err] ..." for each line of
 // standard error, then "[status n]" unless the status is 0. The test's directory reads "{dir}", a time reads
@@ -12,6 +13,7 @@
 //
 // With VELORA_REWRITE_CASES=1 in the environment the files get the output of the run; the difference is then
 // reviewed.
+#include <glob.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -118,8 +120,16 @@ class CaseRun {
   }
 
   void ShowFile(const std::string& name) {
-    std::istringstream lines(ReplaceAll(dir_.Read(name), "\r", "\\r"));
+    std::istringstream lines(ReplaceAll(dir_.Read(FirstFile(name)), "\r", "\\r"));
     for (std::string line; std::getline(lines, line);) played_ << "= " << line << '\n';
+  }
+
+  std::string FirstFile(const std::string& pattern) const {
+    glob_t found{};
+    const bool isFound = ::glob(dir_.File(pattern).c_str(), 0, nullptr, &found) == 0;
+    std::string name = isFound ? found.gl_pathv[0] + dir_.Path().size() : pattern;
+    ::globfree(&found);
+    return name;
   }
 
   std::string Normalise(const std::string& text) const {

@@ -94,6 +94,22 @@ TEST_F(ImportFaultsTest, FourAtTheSameTimeLoseNothing) {
   EXPECT_EQ(test::Verify(Database()), "");
 }
 
+TEST_F(ImportFaultsTest, TwoThatMergeIntoOneRecordLoseNothing) {
+  constexpr int kRecords = 300;
+  for (const char* writer : {"a", "b"}) {
+    std::string bytes;
+    for (int i = 0; i < kRecords; ++i) bytes += test::IsoRecord({{2, writer + std::to_string(i)}});
+    Write(writer, bytes);
+  }
+  Run(ImportWords(WriteRecords("one", 1)));
+  const pid_t child = Start(ImportWords(File("a"), {"-p", "@@1"}));
+  Run(ImportWords(File("b"), {"-p", "@@1"}));
+  EXPECT_EQ(Wait(child), 0);
+  Run({"export", "-d", "test", "-f", File("out.txt"), "-pref", prefix_});
+  EXPECT_EQ(Values(Read("out.txt"), 2).size(), 2U * kRecords + 1) << "each value and the first one";
+  EXPECT_EQ(test::Verify(Database()), "");
+}
+
 /// Runs that are killed at random moments, each followed by a short import that takes the mutex over.
 class KilledRunsTest : public ImportFaultsTest {
  protected:
