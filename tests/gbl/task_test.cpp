@@ -114,13 +114,17 @@ class Run {
 
 class Script {
  public:
-  void RunFile(const fs::path& path) {
+  /// `inExamples`: the rows stand in the blocks "```example" of a text.
+  void RunFile(const fs::path& path, bool inExamples = false) {
     std::ifstream in(path);
     int number = 0;
+    bool isRow = !inExamples;
     for (std::string line; std::getline(in, line);) {
       ++number;
       SCOPED_TRACE(path.filename().string() + ":" + std::to_string(number));
-      TakeLine(line);
+      const bool isFence = line.starts_with("```");
+      if (isFence) isRow = line == "```example";
+      if (isRow) TakeLine(isFence ? "" : line);
     }
     Finish();
   }
@@ -169,6 +173,12 @@ TEST(Task, RowsGiveWhatTheyTell) {
     rows += script.rows();
   }
   EXPECT_GE(rows, 380);
+}
+
+TEST(Task, TheExamplesOfTheGuideAreTrue) {
+  Script script;
+  script.RunFile(VELORA_SOURCE_DIR "/docs/correction.md", true);
+  EXPECT_GE(script.rows(), 19);
 }
 
 }  // namespace
