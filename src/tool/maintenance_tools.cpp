@@ -1,5 +1,11 @@
+#include <iostream>
+
 #include "maint/clean_mutexes.h"
-#include "maint/diag_context.h"
+#include "maint/diag_lnk.h"
+#include "maint/diag_mfn.h"
+#include "maint/diag_mst_xrf.h"
+#include "maint/diag_rec.h"
+#include "maint/diag_rec_ft.h"
 #include "tool/option_scan.h"
 #include "tool/run.h"
 #include "tool/tools.h"
@@ -30,11 +36,16 @@ constexpr OptionRow<DiagRangeOptions> kDiagRangeRows[] = {
     {"-mt", &DiagRangeOptions::mfnTo},
 };
 
-int RunDiagRangeTool(std::string_view word, int argc, char** argv) {
+using DiagRangeProcedure = int (*)(app::VelorAppContext* ctx, const std::string& db, int from, int to,
+                                   std::ostream& out);
+
+int RunDiagRangeTool(std::string_view word, DiagRangeProcedure procedure, int argc, char** argv) {
   DiagRangeOptions options;
   ScanOptions<DiagRangeOptions>(argc, argv, kDiagRangeRows, &options);
   if (options.database.empty()) return RefuseCommandLine(word);
-  return ReportNotBuilt(word);
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    procedure(ctx, options.database, options.mfnFrom, options.mfnTo, std::cout);
+  });
 }
 
 struct DiagMstXrfOptions {
@@ -64,19 +75,21 @@ int main_diagrec(int argc, char** argv) {
   DiagRecOptions options;
   ScanOptions<DiagRecOptions>(argc, argv, kDiagRecRows, &options);
   if (options.database.empty()) return RefuseCommandLine("diagrec");
-  return ReportNotBuilt("diagrec");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorDiagRec(ctx, options.database, options, std::cout);
+  });
 }
 
 int main_diagrecft(int argc, char** argv) {
-  return RunDiagRangeTool("diagrecft", argc, argv);
+  return RunDiagRangeTool("diagrecft", velor_server_proc::VelorDiagRecFT, argc, argv);
 }
 
 int main_diagmfn(int argc, char** argv) {
-  return RunDiagRangeTool("diagmfn", argc, argv);
+  return RunDiagRangeTool("diagmfn", velor_server_proc::VelorDiagMfn, argc, argv);
 }
 
 int main_diaglnk(int argc, char** argv) {
-  return RunDatabaseTool({"diaglnk", nullptr}, argc, argv);
+  return RunDatabaseTool({"diaglnk", velor_server_proc::VelorDiagLnk}, argc, argv);
 }
 
 int main_reorgif(int argc, char** argv) {
@@ -99,7 +112,9 @@ int main_diagmstxrf(int argc, char** argv) {
   DiagMstXrfOptions options;
   ScanOptions<DiagMstXrfOptions>(argc, argv, kDiagMstXrfRows, &options);
   if (options.database.empty()) return RefuseCommandLine("diagmstxrf");
-  return ReportNotBuilt("diagmstxrf");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorDiagMstXrf(ctx, options.database, options.isRebuild, std::cout);
+  });
 }
 
 int main_mergedb(int argc, char** argv) {

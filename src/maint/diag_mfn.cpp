@@ -1,0 +1,173 @@
+#include "maint/diag_mfn.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+
+#include "maint/diagnosis.h"
+#include "storage/codes.h"
+#include "storage/edge.h"
+#include "storage/master_file.h"
+#include "storage/record_read.h"
+#include "utils/file_layer.h"
+
+namespace velora {
+
+using velor_01::kXrfEntrySize;
+using velor_01::TNew_Xrf;
+
+namespace {
+
+constexpr int kBlockEntries = 4096;
+constexpr int kEntriesBetweenPolls = 1 << 20;
+
+std::int64_t FileSize(int handle) {
+  return backup::_llseek(handle, 0, SEEK_END);
+}
+
+void Complain(std::int64_t wanted, std::int64_t found, std::string* message) {
+  if (!message->empty()) *message += '\n';
+  *message += "Not valid mst file size - Size in cnt= " + std::to_string(wanted) +
+              " Size of mst= " + std::to_string(found);
+}
+
+/// Gives the entries `first` to `last` to `visit` in blocks, in file order of their words. Stops where the
+/// file ends, and when `visit` gives false.
+template <class Visit>
+void VisitBlocks(int xrfFile, std::int64_t first, std::int64_t last, Visit&& visit) {
+  std::array<TNew_Xrf, kBlockEntries> block;
+  while (first <= last) {
+    const std::int64_t wanted = std::min<std::int64_t>(kBlockEntries, last - first + 1);
+    const std::int64_t got = utils::ReadSomeAt(xrfFile, kXrfEntrySize * (first - 1), block.data(),
+                                               static_cast<std::size_t>(wanted * kXrfEntrySize)) /
+                             kXrfEntrySize;
+    if (got > 0 && !visit(first, block.data(), got)) return;
+    if (got < wanted) return;
+    first += got;
+  }
+}
+
+/// Number of the last entry behind `first` that is not zero; `first` without one.
+std::int64_t LastEntryInUse(int xrfFile, std::int64_t first) {
+  std::int64_t last = first;
+  VisitBlocks(xrfFile, first + 1, FileSize(xrfFile) / kXrfEntrySize,
+              [&](std::int64_t mfn, const TNew_Xrf* entries, std::int64_t count) {
+                for (std::int64_t i = 0; i < count; ++i)
+                  if (entries[i].offsetLow || entries[i].offsetHigh || entries[i].flags) last = mfn + i;
+                return true;
+              });
+  return last;
+}
+
+/// Whoever writes lengthens the files before the control record, and that before the entries: so the control
+/// record is read before the sizes, and anew after the entries that nobody should have written yet.
+void CheckSizes(const velor_32::FilePair& files, const velor_01::Tcntmst& control, std::string* message) {
+  const std::int64_t count = std::int64_t{control.nxtmfn} - 1;
+  const std::int64_t next = backup::MakeInt64(control.nxtLow, control.nxtHigh);
+  const std::int64_t mstSize = FileSize(files.mstFile);
+  if (next < velor_01::kControlSize || next > mstSize) Complain(next, mstSize, message);
+  if (count < 0 || count * kXrfEntrySize > FileSize(files.xrfFile)) {
+    Complain(count, FileSize(files.xrfFile) / kXrfEntrySize, message);
+    return;
+  }
+  velor_01::Tcntmst now;
+  const std::int64_t inUse = LastEntryInUse(files.xrfFile, count);
+  if (inUse > count && velor_32::ReadControl(files.mstFile, &now) && inUse > now.nxtmfn - 1)
+    Complain(now.nxtmfn - 1, inUse, message);
+}
+
+bool IsGoodEntry(const velor_32::FilePair& files, int mfn, const TNew_Xrf& entry) {
+  const std::int64_t offset = backup::New_XrfToMstOffSet(entry);
+  if (entry.flags & velor_01::kStatusPhysicallyDeleted)
+    return offset == 0 && entry.flags == velor_01::kStatusPhysicallyDeleted;
+  velor_01::Tlider leader;
+  return velor_32::ReadLeaderAt(files.mstFile, offset, &leader) && leader.mfn == mfn;
+}
+
+/// The part of the range that lies in one fragment, in its own numbers.
+MfnRange LocalRange(const velor_01::TVelorSpace* space, int fragment, MfnRange range, int lastMfn) {
+  const auto local = [&](int mfn) {
+    const std::int64_t number = mfn - velor_32::GlobalMfn(space, fragment, 0);
+    return static_cast<int>(std::clamp<std::int64_t>(number, 0, std::int64_t{lastMfn} + 1));
+  };
+  return {std::max(local(range.from), 1), std::min(local(range.to), lastMfn)};
+}
+
+/// False on a stop request.
+bool CheckFragment(velor_01::TVelorSpace* space, int fragment, MfnRange range, velor_01::TIntList* bad,
+                   std::string* message) {
+  const velor_32::FilePair files = velor_32::ReadHandles(space, fragment);
+  velor_01::Tcntmst control;
+  if (files.mstFile < 0 && fragment > 0) return true;  // without records
+  if (!velor_32::ReadControl(files.mstFile, &control)) {
+    Complain(velor_01::kControlSize, FileSize(files.mstFile), message);
+    return true;
+  }
+  CheckSizes(files, control, message);
+  const MfnRange own = LocalRange(space, fragment, range, std::max(control.nxtmfn, 1) - 1);
+  bool isStopped = false;
+  VisitBlocks(files.xrfFile, own.from, own.to, [&](std::int64_t mfn, TNew_Xrf* entries, std::int64_t count) {
+    for (std::int64_t i = 0; i < count; ++i) {
+      backup::ntoh_velor_struct(&entries[i], backup::kXrfStruct);
+      const int local = static_cast<int>(mfn + i);
+      if (!IsGoodEntry(files, local, entries[i]))
+        bad->Add(static_cast<int>(velor_32::GlobalMfn(space, fragment, local)));
+    }
+    isStopped = (mfn - own.from) % kEntriesBetweenPolls == 0 && app::CheckStopProcess(space->app);
+    return !isStopped;
+  });
+  return !isStopped;
+}
+
+}  // namespace
+
+int isisdiagmfn(velor_01::TVelorSpace* space, int from, int to, velor_01::TIntList* bad,
+                std::string* message) {
+  bad->Clear();
+  message->clear();
+  if (!velor_32::IsOpen(space)) return velor_32::kNoSpace;
+  return velor_32::AtEdge([&] {
+    if (int rc = velor_32::WakeRecordFiles(space); rc != velor_32::kOk) return rc;
+    const MfnRange range = ClipRange(space, from, to);
+    for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment)
+      if (!CheckFragment(space, fragment, range, bad, message)) break;
+    return velor_32::kOk;
+  });
+}
+
+}  // namespace velora
+
+namespace velor_server_proc {
+namespace {
+
+int WriteProtocol(app::VelorAppContext* ctx, const std::string& name, const velor_01::TIntList& bad,
+                  const std::string& message, std::ostream& out) {
+  velora::DiagReport protocol;
+  if (!protocol.Create(ctx, name + "_protocol_" + std::to_string(::getpid()) + ".txt", out))
+    return velor_32::kNoRecordFiles;
+  if (!message.empty()) protocol.Line(message);
+  if (bad.GetCount() > 0) protocol.Line("bad mfns");
+  for (int i = 0; i < bad.GetCount(); ++i) protocol.Line(std::to_string(bad.Get(i)));
+  return velor_32::kOk;
+}
+
+}  // namespace
+
+int VelorDiagMfn(app::VelorAppContext* ctx, const std::string& db, int from, int to, std::ostream& out) {
+  return RunDiagnosis(ctx, db, "DiagMfn", out, [&](const OpenedDatabase& database) {
+    velor_01::TIntList bad;
+    std::string message;
+    if (int rc = velora::isisdiagmfn(database.space(), from, to, &bad, &message); rc != velor_32::kOk)
+      return rc;
+    const bool hasReport = bad.GetCount() > 0 || !message.empty();
+    if (!message.empty()) out << message << '\n';
+    if (hasReport)
+      if (int rc = WriteProtocol(ctx, database.name(), bad, message, out); rc != velor_32::kOk) return rc;
+    velora::WriteVerdict("", hasReport, out);
+    return velor_32::kOk;
+  });
+}
+
+}  // namespace velor_server_proc

@@ -1,0 +1,47 @@
+#include "maint/diag_mst_xrf.h"
+
+#include <memory>
+#include <ostream>
+
+#include "index/build_lock.h"
+#include "maint/diagnosis.h"
+#include "maint/fragment_check.h"
+#include "storage/codes.h"
+#include "storage/master_file.h"
+
+namespace velora {
+
+int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool repair, std::ostream& out,
+                    int timeoutSeconds, bool* hasReport) {
+  DiagReport report;
+  const std::string name = DatabaseFileName(space);
+  if (!report.Create(settings->app, name + ".diagmstxrf.txt", out)) return velor_32::kNoRecordFiles;
+  Findings findings(out, report);
+  std::unique_ptr<BuildLock> lock;
+  if (repair) lock = std::make_unique<BuildLock>(space, timeoutSeconds);
+  if (lock && lock->result() != velor_32::kOk) {
+    findings.Fault("Db is locked");
+  } else {
+    for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment)
+      FragmentCheck(space, fragment, repair, findings).Run();
+    if (findings.hasFaults() && !repair) findings.Tell("errors found");
+  }
+  *hasReport = findings.hasFaults();
+  return velor_32::kOk;
+}
+
+}  // namespace velora
+
+namespace velor_server_proc {
+
+int VelorDiagMstXrf(app::VelorAppContext* ctx, const std::string& db, bool repair, std::ostream& out) {
+  return RunDiagnosis(ctx, db, "DiagMstXrf", out, [&](const OpenedDatabase& database) {
+    bool hasReport = false;
+    const int rc = velora::VelorDiagMstXrf(database.settings(), database.space(), repair, out,
+                                           database.relayRecTime(), &hasReport);
+    if (rc == velor_32::kOk) velora::WriteVerdict("", hasReport, out);
+    return rc;
+  });
+}
+
+}  // namespace velor_server_proc

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "maint/database_tool.h"
+#include "utils/output_file.h"
+
+// What the diagnostic tools share: the frame around them, and their reports.
+
+namespace velora {
+
+/// A report in the work directory, written line by line; a line may go to the tool's output too.
+class DiagReport {
+ public:
+  /// "<work directory><file>". False, after a word on `out` and in the log, when it cannot be created.
+  [[nodiscard]] bool Create(const app::VelorAppContext* ctx, const std::string& file, std::ostream& out);
+
+  void Line(std::string_view text);
+  void Text(std::string_view text);
+  [[nodiscard]] bool isOpen() const { return file_.isOpen(); }
+  [[nodiscard]] std::string& buffer() { return file_.buffer(); }
+  void FlushIfLarge() { file_.FlushIfLarge(); }
+
+ private:
+  OutputFile file_;
+};
+
+/// Name of the database in the names of reports; that of a companion is "<name>--text".
+[[nodiscard]] std::string DatabaseFileName(const velor_01::TVelorSpace* space);
+
+/// Makes a range of record numbers lie in the database: below 1 means from the first, or to the last.
+struct MfnRange {
+  int from;
+  int to;
+};
+[[nodiscard]] MfnRange ClipRange(velor_01::TVelorSpace* space, int from, int to);
+
+/// The verdict that closes a diagnosis.
+void WriteVerdict(std::string_view subject, bool hasReport, std::ostream& out);
+
+}  // namespace velora
+
+namespace velor_server_proc {
+
+/// Opens the database, writes and logs `title`, runs `work` and reports its code: 0 unless a report file
+/// could not be created. What is wrong with the database is no failure of the tool.
+/// Result: the code of the opening, or that of `work`.
+int RunDiagnosis(app::VelorAppContext* ctx, const std::string& db, const char* title, std::ostream& out,
+                 const std::function<int(const OpenedDatabase&)>& work);
+
+}  // namespace velor_server_proc

@@ -1,0 +1,135 @@
+#include "maint/raw_record.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "storage/codes.h"
+#include "storage/fields.h"
+#include "storage/master_file.h"
+#include "storage/record_read.h"
+#include "storage/shelf.h"
+#include "utils/file_layer.h"
+
+namespace velora {
+
+using velor_01::kEntrySize;
+using velor_01::kLeaderSize;
+using velor_01::TDirEntry;
+using velor_01::TVelorSpace;
+
+namespace {
+
+constexpr std::size_t kFirstRead = 2048;  // brings leader and directory of nearly all records
+constexpr std::int32_t kLeastBase = kLeaderSize + kEntrySize;
+
+void AppendOnce(const char* words, std::string* text) {
+  if (text->find(words) == std::string::npos) *text += words;
+}
+
+bool HasLength(std::int64_t length, std::int64_t total) {
+  return length == total || (total % 2 != 0 && length == total + 1);  // one filling byte
+}
+
+}  // namespace
+
+std::int64_t RawRecord::dataStart() const {
+  return kLeaderSize + std::int64_t{kEntrySize} * std::ssize(directory_);
+}
+
+int RawRecord::Read(TVelorSpace* space, int mfn) {
+  *this = RawRecord{};
+  mfn_ = mfn;
+  velor_01::TNew_Xrf entry;
+  if (int rc = velor_32::ReadXrfEntry(space, mfn, &entry); rc != velor_32::kOk) return velor_32::kDamaged;
+  if (entry.flags & velor_01::kStatusPhysicallyDeleted) return velor_32::kPhysicallyDeleted;
+  int fragment = 0;
+  const int localMfn = backup::VelorGetMfn(space, mfn, &fragment);
+  mstFile_ = velor_32::ReadHandles(space, fragment).mstFile;
+  offset_ = backup::New_XrfToMstOffSet(entry);
+  xrfStatus_ = entry.flags;
+  if (offset_ < velor_01::kControlSize) return velor_32::kDamaged;
+
+  head_.resize(kFirstRead);
+  const std::int64_t got = utils::ReadSomeAt(mstFile_, offset_, head_.data(), head_.size());
+  if (got < kLeaderSize) return velor_32::kDamaged;
+  std::memcpy(&leader_, head_.data(), kLeaderSize);
+  backup::ntoh_velor_struct(&leader_, backup::kLeaderStruct);
+  if (leader_.mfn != localMfn) return velor_32::kDamaged;
+
+  const bool lacksLength = leader_.length < 1 && leader_.base >= 1 && leader_.nvf > 0;
+  const std::int64_t room = backup::_llseek(mstFile_, 0, SEEK_END) - offset_;
+  const std::int64_t directoryEnd = kLeaderSize + std::int64_t{kEntrySize} * std::max(leader_.nvf, 0);
+  if (leader_.length > room) return velor_32::kDamaged;
+  if (directoryEnd > (lacksLength ? room : leader_.length)) return velor_32::kOk;  // no directory
+  if (directoryEnd > got) {
+    head_.resize(static_cast<std::size_t>(directoryEnd));
+    if (!utils::ReadAt(mstFile_, offset_, head_.data(), head_.size())) return velor_32::kDamaged;
+  }
+  directory_.resize(static_cast<std::size_t>(std::max(leader_.nvf, 0)));
+  std::memcpy(directory_.data(), head_.data() + kLeaderSize, directory_.size() * sizeof(TDirEntry));
+  backup::ntoh_words(directory_.data(), directory_.size() * sizeof(TDirEntry) / 4);
+  if (!lacksLength) return velor_32::kOk;
+  std::int64_t length = dataStart();
+  for (const TDirEntry& field : directory_) length += std::max(field.len, 0);
+  if (length > room) return velor_32::kDamaged;
+  leader_.length = static_cast<std::int32_t>(length);
+  return velor_32::kOk;
+}
+
+void RawRecord::Judge(std::string* text) {
+  const bool isBad = leader_.length <= kLeaderSize || leader_.base < kLeastBase || leader_.nvf <= 0 ||
+                     leader_.version <= 0 || leader_.base != dataStart();
+  if (isBad) {
+    isFaulty_ = true;
+    AppendOnce("Error in lider. ", text);
+  }
+  JudgeDirectory(text);
+}
+
+void RawRecord::JudgeDirectory(std::string* text) {
+  if (directory_.empty()) return;
+  std::int64_t expected = 0;
+  bool isFirst = true;
+  for (TDirEntry& field : directory_) {
+    const bool isWrong = field.tag <= 0 || field.pos < 0 || field.len <= 0;
+    const bool isMisplaced = field.pos != expected;
+    if (isWrong || (isMisplaced && !isFirst)) AppendOnce("Error in entry. ", text);
+    if (isMisplaced) {
+      field.pos = static_cast<std::int32_t>(expected);
+      AppendOnce("Error in lider is corrected. ", text);
+    }
+    isFaulty_ |= isWrong || isMisplaced;
+    expected += std::max(field.len, 0);
+    isFirst = false;
+  }
+  if (HasLength(leader_.length, dataStart() + expected)) return;
+  isMended_ = true;
+  AppendOnce("Error in lider is corrected. ", text);
+}
+
+int RawRecord::Load(TVelorSpace* space) const {
+  const int rc = velor_32::VelorRecord(space, 0, mfn_, true);
+  return rc == velor_32::kDamaged ? Salvage(space) : rc == velor_32::kDeleted ? velor_32::kOk : rc;
+}
+
+int RawRecord::Salvage(TVelorSpace* space) const {
+  if (int rc = velor_32::Velornewrec(space, 0); rc != velor_32::kOk) return rc;
+  velor_01::TRecordShelf& shelf = *velor_32::FindShelf(space, 0);
+  shelf.leader->mfn = mfn_;
+  shelf.leader->version = leader_.version;
+  shelf.leader->status = leader_.status;
+  shelf.xrfStatus = xrfStatus_;
+  shelf.offset = offset_;
+  std::string field;
+  for (const TDirEntry& entry : directory_) {
+    const std::int64_t start = dataStart() + entry.pos;
+    if (entry.tag <= 0 || entry.tag == velor_01::kGuidTag || entry.len <= 0) continue;
+    if (entry.pos < 0 || start + entry.len > leader_.length) break;
+    field.resize(static_cast<std::size_t>(entry.len));
+    if (!utils::ReadAt(mstFile_, offset_ + start, field.data(), field.size())) break;
+    velor_32::Velorfldadd(space, 0, entry.tag, 0, field.data(), entry.len);
+  }
+  return velor_32::kOk;
+}
+
+}  // namespace velora
