@@ -24,7 +24,7 @@ using velor_01::TTermBlock;
 
 namespace {
 
-constexpr int kMostKeys = 1000;  // told
+constexpr int kMostKeys = 100;  // that are told; a dictionary with so many is built anew
 constexpr char kNodeFault[] = "error in file N01";
 constexpr char kLeafFault[] = "error in file L01";
 
@@ -63,7 +63,8 @@ class IndexDiagnosis {
     message_ += line;
   }
   void TellKey(std::string_view key) {
-    if (++badKeys_ <= kMostKeys) Tell("error if file IFP Key=" + std::string(key));
+    ++badKeys_;
+    Tell("error if file IFP Key=" + std::string(key));
   }
 
   /// With another marker the sizes are those of the files. Files without a byte are an empty dictionary.
@@ -154,7 +155,7 @@ class IndexDiagnosis {
   /// Keys ascend in every block on the way, so that where the first and the last key of a leaf are led to it,
   /// those in between are.
   void CheckKeys(const TTermBlock& leaf, std::int32_t number, PostingCheck& postings) {
-    for (int i = 1; i <= leaf.count; ++i) {
+    for (int i = 1; i <= leaf.count && badKeys_ < kMostKeys; ++i) {
       const velor_01::TKeyItem& item = leaf.item(i);
       const std::int64_t offset =
           backup::MakeInt64(static_cast<std::uint32_t>(item.low), static_cast<std::uint32_t>(item.high));

@@ -14,7 +14,7 @@ namespace velora {
 ///   "error in IFP cntrec"             the control record does not fit the files
 ///   "error in file N01", "... L01"    a block is damaged, or the blocks do not belong together
 ///   "error if file IFP Key=<key>"     the search does not find the term, or its postings are damaged; the
-///                                     first 1000 of them are told
+///                                     first 100 of an index are told
 ///   "database locked"                 nothing was looked at
 /// Holds the database lock meanwhile. Result 0; -300 when the lock was not had.
 int VelorLnk_Diagnostik(VelorAContext* settings, velor_01::TVelorSpace* space, std::string& message);

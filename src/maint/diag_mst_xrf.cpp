@@ -20,7 +20,8 @@ int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool 
   std::unique_ptr<BuildLock> lock;
   if (repair) lock = std::make_unique<BuildLock>(space, timeoutSeconds);
   if (lock && lock->result() != velor_32::kOk) {
-    findings.Fault("Db is locked");
+    // Without a control record there is no lock flag to set.
+    findings.Fault(lock->result() == velor_32::kLocked ? "Db is locked" : "read != sizeof(Tcntmst)");
   } else {
     for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment)
       FragmentCheck(space, fragment, repair, findings).Run();

@@ -47,7 +47,7 @@ class PageDiagnosis {
         prefix_(utils::StringUtils::ToUpper(Setting(space, "PDF_GUID_PREFIX", "GUID="))) {}
 
   void Run(MfnRange range) {
-    const int last = velor_32::Velormaxmfn(space_) - 1;
+    const int last = ClipRange(space_, 0, 0).to;
     for (int mfn = 1; mfn <= last && !IsStopped(); ++mfn) {
       if (TakeRecord(mfn) && mfn >= range.from && mfn <= range.to) CompareRecord(mfn);
     }
@@ -178,10 +178,11 @@ int VelorDiagRecFT(app::VelorAppContext* ctx, const std::string& db, int from, i
   return RunDiagnosis(ctx, db, "DiagRecFT", out, [&](const OpenedDatabase& database) {
     velor_01::TStringList report;
     int rc = velora::VelorDiagRecordsFT(database.space(), from, to, &report);
-    if (rc == velor_32::kNotFound)
-      report.Add("Fulltext not open");
-    else if (rc != velor_32::kOk)
-      return rc;
+    if (rc == velor_32::kNotFound) {
+      out << "Fulltext not open\n";  // a database without page texts has nothing that could be wrong
+      rc = velor_32::kOk;
+    }
+    if (rc != velor_32::kOk) return rc;
     velora::DiagReport protocol;
     if (!protocol.Create(ctx, database.name() + "_ft_protocol.txt", out)) return velor_32::kNoRecordFiles;
     for (int i = 0; i < report.GetCount(); ++i) {

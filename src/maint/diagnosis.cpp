@@ -1,14 +1,34 @@
 #include "maint/diagnosis.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstdio>
 #include <ostream>
 
 #include "exchange/exchange_files.h"
 #include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/record_read.h"
+#include "utils/file_layer.h"
 
 namespace velora {
+namespace {
+
+/// How many records the files have room for: each has an image or an entry. A damaged control record may tell
+/// of thousands of millions.
+std::int64_t MostRecords(const velor_01::TVelorSpace* space) {
+  std::int64_t most = 0;
+  for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment) {
+    const velor_32::FilePair files = velor_32::ReadHandles(space, fragment);
+    const std::int64_t images = backup::_llseek(files.mstFile, 0, SEEK_END) / velor_01::kLeaderSize;
+    const std::int64_t entries = backup::_llseek(files.xrfFile, 0, SEEK_END) / velor_01::kXrfEntrySize;
+    const std::int64_t own = std::min<std::int64_t>(std::max(images, entries), INT32_MAX);
+    if (own > 0) most = std::max(most, velor_32::GlobalMfn(space, fragment, static_cast<int>(own)));
+  }
+  return most;
+}
+
+}  // namespace
 
 bool DiagReport::Create(const app::VelorAppContext* ctx, const std::string& file, std::ostream& out) {
   const std::string path = WorkDirectory(ctx) + file;
@@ -33,7 +53,8 @@ std::string DatabaseFileName(const velor_01::TVelorSpace* space) {
 }
 
 MfnRange ClipRange(velor_01::TVelorSpace* space, int from, int to) {
-  const int last = velor_32::Velormaxmfn(space) - 1;
+  const int last =
+      static_cast<int>(std::min<std::int64_t>(velor_32::Velormaxmfn(space) - 1, MostRecords(space)));
   return {std::max(from, 1), to < 1 || to > last ? last : to};
 }
 

@@ -31,7 +31,8 @@ class DiagReport {
 /// Name of the database in the names of reports; that of a companion is "<name>--text".
 [[nodiscard]] std::string DatabaseFileName(const velor_01::TVelorSpace* space);
 
-/// Makes a range of record numbers lie in the database: below 1 means from the first, or to the last.
+/// Makes a range of record numbers lie in the database: below 1 means from the first, or to the last. It ends
+/// where the files have no room for further records, whatever the control record says.
 struct MfnRange {
   int from;
   int to;

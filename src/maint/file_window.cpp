@@ -7,7 +7,8 @@
 namespace velora {
 namespace {
 
-constexpr std::int64_t kLookBack = 64;  // bytes kept before an offset: a search goes a few bytes back
+constexpr std::int64_t kLookBack = 64;     // bytes kept before an offset: a search goes a few bytes back
+constexpr std::int64_t kFirstRead = 4096;  // at a place that lies far from the last one
 
 }  // namespace
 
@@ -17,8 +18,10 @@ FileWindow::FileWindow(int handle, std::int64_t size, std::int64_t blockBytes)
 const char* FileWindow::At(std::int64_t offset, std::int64_t length) {
   if (offset < 0 || offset > size_ || length > size_ - offset) return nullptr;
   if (offset < start_ || offset + length > start_ + held_) {
+    const bool goesOn = offset >= start_ && offset - start_ - held_ < std::ssize(block_);
     start_ = std::max<std::int64_t>(offset - kLookBack, 0);
-    const std::int64_t wanted = std::min<std::int64_t>(size_ - start_, std::ssize(block_));
+    const std::int64_t most = goesOn ? std::ssize(block_) : std::max(length + kLookBack, kFirstRead);
+    const std::int64_t wanted = std::min(size_ - start_, most);
     held_ = std::max<std::int64_t>(
         utils::ReadSomeAt(handle_, start_, block_.data(), static_cast<std::size_t>(wanted)), 0);
   }

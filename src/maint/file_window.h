@@ -6,6 +6,7 @@
 namespace velora {
 
 /// The bytes of a file for somebody who goes through it mainly forwards: one read call brings a large block.
+/// Where the place is far from the last one, a small read comes first.
 class FileWindow {
  public:
   /// `size` is where the file ends for this reader, `blockBytes` what one call reads.

@@ -180,8 +180,9 @@ void FragmentCheck::LengthenXrf() {
 }
 
 /// The number in the leader of an image may be the damage: it would then replace the image of the record that
-/// has this number. So an image that would replace one that can be read is set aside when the entry of
-/// another record, which has no other image, leads to it.
+/// has this number. So where a record can be read, a later image replaces its own only when that is marked as
+/// the last version, as an update marks it, and when the entry of no other record leads to it. Where one
+/// does, the image gets the number of that record back.
 void FragmentCheck::SetAsideForeignImages() {
   std::vector<Suspect> suspects;
   VisitEntries([&](int mfn, const TNew_Xrf& entry) {
@@ -195,10 +196,15 @@ void FragmentCheck::SetAsideForeignImages() {
     const std::int64_t offset = backup::New_XrfToMstOffSet(entry);
     const auto found = std::ranges::lower_bound(suspects, offset, {}, &Suspect::offset);
     if (found == suspects.end() || found->offset != offset || found->mfn == mfn) return;
-    if (offsets_[static_cast<std::size_t>(mfn) - 1] != 0) return;
     offsets_[static_cast<std::size_t>(found->mfn) - 1] = 0;
-    Relabel(offset, found->mfn, mfn);
+    if (offsets_[static_cast<std::size_t>(mfn) - 1] < offset) Relabel(offset, found->mfn, mfn);
   });
+  for (const Suspect& suspect : suspects) {
+    velor_01::Tlider leader;
+    const bool isLast = velor_32::ReadLeaderAt(mstFile_, suspect.offset, &leader) &&
+                        (leader.status & velor_01::kStatusLastVersion);
+    if (!isLast) offsets_[static_cast<std::size_t>(suspect.mfn) - 1] = 0;
+  }
 }
 
 void FragmentCheck::Relabel(std::int64_t offset, int foundMfn, int mfn) {

@@ -58,6 +58,7 @@ bool PostingCheck::CheckChain(std::int64_t offset, std::int64_t total) {
     if (!TakeSpace(offset, head, velor_01::PostingSize(isFullText_)) || !CheckPostings(offset, head))
       return false;
     count += head.used;
+    if (count > total) return false;
     if (head.nextHigh == velor_01::kLastSegment) return count == total;
     offset = velor_32::NextSegment(head);
   }
@@ -92,8 +93,11 @@ bool PostingCheck::IsSound(std::int64_t offset) {
   last_.clear();
   TifpHeader head;
   if (!ReadHead(offset, &head)) return false;
-  if (head.nextHigh == velor_01::kSpecialMark) return CheckSpecialBlock(offset, head);
-  return CheckChain(offset, head.total);
+  const std::int64_t before = room_;
+  const bool isSpecial = head.nextHigh == velor_01::kSpecialMark;
+  const bool isSound = isSpecial ? CheckSpecialBlock(offset, head) : CheckChain(offset, head.total);
+  if (!isSound) room_ = before;  // it may have gone through the space of others
+  return isSound;
 }
 
 }  // namespace velora

@@ -10,8 +10,8 @@ namespace velora {
 
 /// Looks at the posting chains of one `.ifp` file: heads and postings are what they should be, postings
 /// ascend, and there are as many as the first head says. Memory is two windows, whatever the files say. All
-/// the segments together cannot be larger than the file, so that chains which lead into each other or run in
-/// a circle cost no more than one pass.
+/// the segments of sound chains together cannot be larger than the file, so that one that runs in a circle
+/// ends, and chains that lead into each other cost no more than one pass.
 class PostingCheck {
  public:
   /// `end` is where the part of the file in use ends.
