@@ -250,22 +250,32 @@ void FragmentCheck::CompareEntry(int mfn, const TNew_Xrf& entry) {
   if (repair_ && !velor_32::WriteEntryAt(xrfFile_, mfn, wanted)) findings_.Fault("xrf file write error");
 }
 
+/// Writes the status word of an image.
+void FragmentCheck::SetMarks(std::int64_t offset, std::int32_t status) {
+  if (repair_ && !velor_32::WriteWordAt(mstFile_, offset + velor_01::kStatusWordOffset, status))
+    findings_.Fault("mst file write error");
+}
+
 /// The entry that leads to the image which the scan found. It keeps its flags. An entry that was lost has
 /// none: those of the image are the next best. An image that is not marked as the last version has been so
 /// once, and what the dictionary has of the record is not known: it is marked, and to be indexed again. The
 /// marks go first: without the entry they mean nothing.
 TNew_Xrf FragmentCheck::TurnedTo(int mfn, const TNew_Xrf& entry) {
+  using velor_01::kStatusLastVersion;
   const std::int64_t found = offsets_[static_cast<std::size_t>(mfn) - 1];
+  const std::int64_t former = backup::New_XrfToMstOffSet(entry);
   TNew_Xrf wanted = {0, 0, entry.flags & kKnownFlags & ~velor_01::kStatusPhysicallyDeleted};
   backup::MakeFromInt64(found, &wanted.offsetLow, &wanted.offsetHigh);
   velor_01::Tlider leader;
   if (!velor_32::ReadLeaderAt(mstFile_, found, &leader)) return entry;
-  constexpr std::int32_t kMarks = velor_01::kStatusLastVersion | velor_01::kStatusNotActualized;
-  if (!(leader.status & velor_01::kStatusLastVersion)) {
-    leader.status |= kMarks;
-    if (repair_ && !velor_32::WriteWordAt(mstFile_, found + velor_01::kStatusWordOffset, leader.status))
-      findings_.Fault("mst file write error");
+  if (!(leader.status & kStatusLastVersion)) {
+    leader.status |= kStatusLastVersion | velor_01::kStatusNotActualized;
+    SetMarks(found, leader.status);
   }
+  velor_01::Tlider old;
+  if (former < found && velor_32::ReadLeaderAt(mstFile_, former, &old) && old.mfn == mfn &&
+      (old.status & kStatusLastVersion))
+    SetMarks(former, old.status & ~kStatusLastVersion);
   const bool wasLost = entry.offsetLow == 0 && entry.offsetHigh == 0 && entry.flags == 0;
   wanted.flags |= leader.status & (wasLost ? kFlagsOfImage : velor_01::kStatusNotActualized);
   return wanted;

@@ -66,6 +66,7 @@ class FragmentCheck {
   void Relabel(std::int64_t offset, int foundMfn, int mfn);
   void CompareEntry(int mfn, const velor_01::TNew_Xrf& entry);
   velor_01::TNew_Xrf TurnedTo(int mfn, const velor_01::TNew_Xrf& entry);
+  void SetMarks(std::int64_t offset, std::int32_t status);
   void CheckControl();
   [[nodiscard]] bool IsReadable(int mfn) const;
   [[nodiscard]] std::int64_t GlobalNumber(int mfn) const;
