@@ -112,7 +112,11 @@ bool CheckFragment(velor_01::TVelorSpace* space, int fragment, MfnRange range, v
     for (std::int64_t i = 0; i < count; ++i) {
       backup::ntoh_velor_struct(&entries[i], backup::kXrfStruct);
       const int local = static_cast<int>(mfn + i);
-      if (!IsGoodEntry(files, local, entries[i]))
+      const auto isGood = [&] { return IsGoodEntry(files, local, entries[i]); };
+      const auto isGoodNow = [&] {
+        return velor_32::ReadEntryAt(files.xrfFile, local, &entries[i]) && isGood();
+      };
+      if (!isGood() && !(local == control.nxtmfn - 1 && AwaitLastRecord(isGoodNow)))
         bad->Add(static_cast<int>(velor_32::GlobalMfn(space, fragment, local)));
     }
     isStopped = (mfn - own.from) % kEntriesBetweenPolls == 0 && app::CheckStopProcess(space->app);

@@ -47,7 +47,7 @@ class RecordDiagnosis {
     const MfnRange range = ClipRange(space_, params_.mfnFrom, params_.mfnTo);
     for (int mfn = range.from; mfn <= range.to; ++mfn) {
       if (mfn % kRecordsBetweenPolls == 0 && app::CheckStopProcess(space_->app)) return;
-      CheckRecord(mfn);
+      CheckRecord(mfn, mfn == range.to);
     }
   }
   [[nodiscard]] bool hasReport() const { return hasReport_; }
@@ -55,9 +55,11 @@ class RecordDiagnosis {
  private:
   [[nodiscard]] bool checksFields() const { return params_.checkEncoding || params_.replaceInvalid; }
 
-  void CheckRecord(int mfn) {
+  void CheckRecord(int mfn, bool isLast) {
     text_.clear();
-    const int rc = raw_.Read(space_, mfn);
+    int rc = raw_.Read(space_, mfn);
+    if (rc == velor_32::kDamaged && isLast)
+      AwaitLastRecord([&] { return (rc = raw_.Read(space_, mfn)) != velor_32::kDamaged; });
     if (rc == velor_32::kPhysicallyDeleted || (rc == velor_32::kOk && raw_.isDeleted())) return;
     if (rc != velor_32::kOk) {
       Report(mfn, "Error read record.");

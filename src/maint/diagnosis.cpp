@@ -1,9 +1,11 @@
 #include "maint/diagnosis.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <ostream>
+#include <thread>
 
 #include "exchange/exchange_files.h"
 #include "storage/database_open.h"
@@ -56,6 +58,15 @@ MfnRange ClipRange(velor_01::TVelorSpace* space, int from, int to) {
   const int last =
       static_cast<int>(std::min<std::int64_t>(velor_32::Velormaxmfn(space) - 1, MostRecords(space)));
   return {std::max(from, 1), to < 1 || to > last ? last : to};
+}
+
+bool AwaitLastRecord(const std::function<bool()>& isThere) {
+  constexpr int kTries = 50;
+  for (int i = 0; i < kTries; ++i) {
+    if (isThere()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return isThere();
 }
 
 void WriteVerdict(std::string_view subject, bool hasReport, std::ostream& out) {

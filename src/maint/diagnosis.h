@@ -39,6 +39,10 @@ struct MfnRange {
 };
 [[nodiscard]] MfnRange ClipRange(velor_01::TVelorSpace* space, int from, int to);
 
+/// Another process may have claimed the last number and be about to write its image and its entry. Asks
+/// `isThere` again for half a second at most, and gives its last answer.
+bool AwaitLastRecord(const std::function<bool()>& isThere);
+
 /// The verdict that closes a diagnosis.
 void WriteVerdict(std::string_view subject, bool hasReport, std::ostream& out);
 

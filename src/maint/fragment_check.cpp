@@ -135,7 +135,16 @@ void FragmentCheck::TakeImage(const MasterScan::Piece& piece) {
                   std::to_string(control_.nxtmfn));
 }
 
+/// Without a lock others may be writing behind what was in use at the start: half an image is no damage then.
+bool FragmentCheck::IsBeingWritten(const MasterScan::Piece& piece) const {
+  velor_01::Tcntmst now = control_;
+  return piece.offset + piece.length >= backup::MakeInt64(control_.nxtLow, control_.nxtHigh) &&
+         velor_32::ReadControl(mstFile_, &now) &&
+         (now.nxtLow != control_.nxtLow || now.nxtHigh != control_.nxtHigh);
+}
+
 void FragmentCheck::ReportDamage(const MasterScan::Piece& piece, std::int64_t size) {
+  if (IsBeingWritten(piece)) return;
   const std::int64_t behindLeader = size - piece.offset - kLeaderSize;
   const std::int64_t wanted = std::int64_t{piece.leader.length} - kLeaderSize;
   if (behindLeader < 0) {
@@ -223,7 +232,14 @@ std::int64_t FragmentCheck::GlobalNumber(int mfn) const {
   return velor_32::GlobalMfn(space_, fragment_, mfn);
 }
 
-void FragmentCheck::CompareEntry(int mfn, const TNew_Xrf& entry) {
+void FragmentCheck::AwaitLastEntry(TNew_Xrf* entry) const {
+  if (repair_ || !IsSame(*entry, {})) return;
+  AwaitLastRecord(
+      [&] { return velor_32::ReadEntryAt(xrfFile_, lastMfn_, entry) && !IsSame(*entry, TNew_Xrf{}); });
+}
+
+void FragmentCheck::CompareEntry(int mfn, TNew_Xrf entry) {
+  if (mfn == lastMfn_) AwaitLastEntry(&entry);
   const std::int64_t offset = backup::New_XrfToMstOffSet(entry);
   const std::int64_t found = offsets_[static_cast<std::size_t>(mfn) - 1];
   // The image of a physically deleted record stays in the master file.

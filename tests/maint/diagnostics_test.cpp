@@ -4,10 +4,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <random>
 #include <sstream>
+#include <thread>
 
 #include "maint/diag_lnk.h"
 #include "maint/diag_mfn.h"
@@ -400,6 +402,22 @@ TEST_F(DiagnosticsTest, AReportThatCannotBeCreatedIsAFailure) {
   MstXrf(true);
   EXPECT_EQ(result_, -400);
   EXPECT_EQ(velor_32::VelorIsDBLocked(Open().get()), 0);
+}
+
+TEST_F(DiagnosticsTest, NothingIsWrongWhileOthersWrite) {
+  std::atomic<bool> isDone = false;
+  std::thread writer([&] {
+    const velor_32::SpacePointer space = test::OpenSpace(ctx(), DatabasePath());
+    for (int i = 0; i < 3000; ++i) Add(space.get(), {{1, std::string(3000, 'x')}});
+    isDone = true;
+  });
+  while (!isDone) {
+    const std::string said = MstXrf(false);
+    EXPECT_EQ(said.find("errors found"), std::string::npos) << said;
+    EXPECT_EQ(Mfn(), kOk);
+    EXPECT_EQ(Rec(), kOk);
+  }
+  writer.join();
 }
 
 TEST_F(DiagnosticsTest, PagesAreComparedWithTheirRecords) {
