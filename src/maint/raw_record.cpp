@@ -56,19 +56,25 @@ int RawRecord::Read(TVelorSpace* space, int mfn) {
   backup::ntoh_velor_struct(&leader_, backup::kLeaderStruct);
   if (leader_.mfn != localMfn) return velor_32::kDamaged;
 
+  return ReadDirectory(got);
+}
+
+/// `got` bytes from the leader on are in memory.
+int RawRecord::ReadDirectory(std::int64_t got) {
   const bool lacksLength = leader_.length < 1 && leader_.base >= 1 && leader_.nvf > 0;
   const std::int64_t room = backup::_llseek(mstFile_, 0, SEEK_END) - offset_;
-  const std::int64_t directoryEnd = kLeaderSize + std::int64_t{kEntrySize} * std::max(leader_.nvf, 0);
+  const std::int64_t end = kLeaderSize + std::int64_t{kEntrySize} * std::max(leader_.nvf, 0);
   if (leader_.length > room) return velor_32::kDamaged;
-  if (directoryEnd > (lacksLength ? room : leader_.length)) return velor_32::kOk;  // no directory
-  if (directoryEnd > got) {
-    head_.resize(static_cast<std::size_t>(directoryEnd));
+  if (end > (lacksLength ? room : leader_.length)) return velor_32::kOk;  // no directory
+  if (end > got) {
+    head_.resize(static_cast<std::size_t>(end));
     if (!utils::ReadAt(mstFile_, offset_, head_.data(), head_.size())) return velor_32::kDamaged;
   }
   directory_.resize(static_cast<std::size_t>(std::max(leader_.nvf, 0)));
   std::memcpy(directory_.data(), head_.data() + kLeaderSize, directory_.size() * sizeof(TDirEntry));
   backup::ntoh_words(directory_.data(), directory_.size() * sizeof(TDirEntry) / 4);
   if (!lacksLength) return velor_32::kOk;
+
   std::int64_t length = dataStart();
   for (const TDirEntry& field : directory_) length += std::max(field.len, 0);
   if (length > room) return velor_32::kDamaged;

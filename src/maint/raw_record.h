@@ -29,6 +29,7 @@ class RawRecord {
   int Load(velor_01::TVelorSpace* space) const;
 
  private:
+  int ReadDirectory(std::int64_t got);
   void JudgeDirectory(std::string* text);
   int Salvage(velor_01::TVelorSpace* space) const;
   [[nodiscard]] std::int64_t dataStart() const;
