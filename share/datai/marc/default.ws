@@ -1,4 +1,5 @@
-0
+1
+Fields that a record has once
 24
 1
 Control number
