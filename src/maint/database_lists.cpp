@@ -49,7 +49,7 @@ void RemoveFromDatabaseLists(const app::VelorAppContext* ctx, const std::string&
 
 std::string ListedDescription(const app::VelorAppContext* ctx, const std::string& name) {
   for (const List& list : kLists) {
-    const std::string text = ListFile(PathOf(ctx, list)).DescriptionOf(name);
+    std::string text = ListFile(PathOf(ctx, list)).DescriptionOf(name);
     if (!text.empty()) return text;
   }
   return "";

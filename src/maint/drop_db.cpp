@@ -41,9 +41,11 @@ int VelorDeleteDB0(app::VelorAppContext* ctx, const std::string& dbName, std::os
   const std::string name = StringUtils::ToLower(dbName);
   if (!IsUsableName(name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
   if (!CheckMstAvailable(ctx, name, out)) return Fail(velor_32::kNotFound, "DB drop failed", out);
-  if (!RemoveOwnedFiles(ctx, name)) return Fail(velor_32::kNoRecordFiles, "DB drop failed", out);
+  // The lists come first: until its files are gone the database opens, and a drop that was cut off can be run
+  // again.
   RemoveFromDatabaseLists(ctx, name, out);
   RemoveFromWeb(ctx, name, out);
+  if (!RemoveOwnedFiles(ctx, name)) return Fail(velor_32::kNoRecordFiles, "DB drop failed", out);
   std::error_code error;
   std::filesystem::remove(ParameterFile(ctx, name), error);
   if (error) Say(out, "No access to file " + ParameterFile(ctx, name));

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <ostream>
+#include <utility>
 
 #include "maint/database_files.h"
 #include "maint/database_lists.h"
@@ -15,13 +16,11 @@
 #include "maint/parameter_file.h"
 #include "maint/web_lists.h"
 #include "storage/codes.h"
-#include "utils/path_util.h"
 #include "utils/string_utils.h"
 
 namespace velor_server_proc {
 
 namespace fs = std::filesystem;
-using utils::PathUtil;
 using utils::StringUtils;
 using velor_32::kOk;
 
