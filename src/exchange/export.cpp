@@ -185,6 +185,9 @@ void Export::ExportRecord(int mfn) {
   if (params_.format == VelorExportContext::kIso) {
     WriteIso();
   } else {
+    // The leader field has no place in a text record; with a label, which stays, 999 is a field of its own.
+    if (marcMode_ && velor_32::Velornocc(space_.get(), slot_, velora::kImportedLeaderTag) == 0)
+      TakeField(velora::kExportedLeaderTag, 0);
     velora::AppendTextRecord(space_.get(), slot_, params_.header, writeGuid_, encoder_, &output_.buffer());
     output_.FlushIfLarge();
   }

@@ -311,6 +311,10 @@ TEST_F(ImportExportTest, MarcMode) {
                                   "aY"}},
                                 "nam a", " i "))
       << "a short leader field overwrites that much only";
+  EXPECT_EQ(Export({.fst = "marc", .mfnFrom = 3}),
+            "#200: \x1F"
+            "aY\r\n*****\r\n")
+      << "the leader field is no part of a text";
 }
 
 TEST_F(ImportExportTest, ARecordTooBigForIsoIsNamed) {
