@@ -134,7 +134,7 @@ int Export::PrepareFilters() {
   scan_ = std::make_unique<velora::RecordFilter>(space_.get());
   filter_ = std::make_unique<velora::RecordFilter>(space_.get());
   if (!params_.scan.empty()) {
-    const std::string format = velora::ScanFormat(params_.scan);
+    const std::string format = velora::ScanFormat(params_.scan, "?!|");
     out_ << "scan expr: " << format << std::endl;
     if (int rc = scan_->Prepare(format); rc != kOk)
       return RefuseFormat("sequential search format error " + format, rc);

@@ -45,7 +45,7 @@ void LoadAutomaticInput(const velor_01::TVelorSpace* space, velor_01::TStringLis
   task->Clear();
   if (space == nullptr || space->app == nullptr) return;
   const std::string name = Setting(*space->app, "MAIN", "AUTOINFILE", "autoin.gbl");
-  backup::LoadEmbededResourse(space->app, xpft::TableDirectory(space->app, space->path), name, task);
+  task->LoadFromFile(xpft::TableDirectory(space->app, space->path) + name);
 }
 
 std::string LogicControlName(const app::VelorAppContext& ctx) {

@@ -10,7 +10,7 @@
 namespace velor_server_proc {
 
 /// Loads the task that AUTOINFILE of section MAIN names ("autoin.gbl") from the table directory of the
-/// database or the deposit directory. An empty list when there is none.
+/// database: it has one of its own or none. An empty list then.
 void LoadAutomaticInput(const velor_01::TVelorSpace* space, velor_01::TStringList* task);
 
 /// Name of the format of formal logic control: DBNFLC of section Main, "dbnflc" without it, in lower case.
