@@ -75,13 +75,18 @@ class OtherRecords {
   std::string database_;  // of the record before: path
   velor_01::TStringList autoin_;
   int autoinDepth_ = 0;
+  bool isControlKnown_ = false;  // the two for that database
+  bool hasControl_ = false;
   indexing::SharedTables tables_;
 };
 
 void OtherRecords::FollowDatabase(const TVelorSpace* space) {
-  if (space->path == database_) return;
+  const bool isAnother = space->path != database_;
+  if (isAnother && context_.autoin) LoadAutomaticInput(space, &autoin_);
+  if (context_.flc && (isAnother || !isControlKnown_))
+    hasControl_ = HasLogicControl(space, xpft::TableDirectory(space->app, space->path), controlName_);
+  isControlKnown_ = true;
   database_ = space->path;
-  if (context_.autoin) LoadAutomaticInput(space, &autoin_);
 }
 
 /// What the report tells of it: the errors or else the protocol of the task, -5555 without one.
@@ -133,7 +138,7 @@ bool OtherRecords::Done(TVelorSpace* space, int slot) {
   const std::string input = context_.autoin ? AutomaticInput(space, slot, errors, protocol) : "";
   Report("DBN=" + backup::GetDbNameEK(space) + "#MFN=" + std::to_string(velor_32::Velormfn(space, slot)) +
          "#AUTOIN=" + input + "#");
-  if (context_.flc) LogicControl(space, slot);
+  if (context_.flc && hasControl_) LogicControl(space, slot);
   const Written written = Write(space, slot);
   if (written.result == velor_32::kLocked && app::CheckStopProcess(space->app))
     return false;  // refused for it

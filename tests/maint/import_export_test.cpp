@@ -315,6 +315,11 @@ TEST_F(ImportExportTest, MarcMode) {
             "#200: \x1F"
             "aY\r\n*****\r\n")
       << "the leader field is no part of a text";
+  Import(
+      "#200: \x1F"
+      "aZ\n*****\n",
+      {.fst = "marc"});
+  EXPECT_EQ(Export({.mfnFrom = 4}), "#200: ^aZ\r\n*****\r\n") << "a text has the same marks";
 }
 
 TEST_F(ImportExportTest, ARecordTooBigForIsoIsNamed) {
