@@ -134,7 +134,7 @@ int Export::PrepareFilters() {
   scan_ = std::make_unique<velora::RecordFilter>(space_.get());
   filter_ = std::make_unique<velora::RecordFilter>(space_.get());
   if (!params_.scan.empty()) {
-    const std::string format = velora::ScanFormat(params_.scan);
+    const std::string format = velora::ScanFormat(params_.scan, "?!|");
     out_ << "scan expr: " << format << std::endl;
     if (int rc = scan_->Prepare(format); rc != kOk)
       return RefuseFormat("sequential search format error " + format, rc);
@@ -185,6 +185,9 @@ void Export::ExportRecord(int mfn) {
   if (params_.format == VelorExportContext::kIso) {
     WriteIso();
   } else {
+    // The leader field has no place in a text record; with a label, which stays, 999 is a field of its own.
+    if (marcMode_ && velor_32::Velornocc(space_.get(), slot_, velora::kImportedLeaderTag) == 0)
+      TakeField(velora::kExportedLeaderTag, 0);
     velora::AppendTextRecord(space_.get(), slot_, params_.header, writeGuid_, encoder_, &output_.buffer());
     output_.FlushIfLarge();
   }

@@ -37,7 +37,10 @@ void LoadFieldTable(const velor_01::TVelorSpace* space, TStringList* table) {
   const std::string name =
       utils::StringUtils::ToLower(ctx->mainIni->Get("MAIN", "WSFDT", "DEFAULT") + std::string(".ws"));
   TStringList lines;
-  if (!backup::LoadEmbededResourse(ctx, xpft::TableDirectory(ctx, space->path), name, &lines)) return;
+  // That of the database wins whatever the setting for other shared files says.
+  const std::string directory = xpft::TableDirectory(ctx, space->path);
+  if (directory.empty() || !lines.LoadFromFile(directory + name))
+    backup::LoadEmbededResourse(ctx, directory, name, &lines);
 
   const std::int64_t count = lines.GetCount();
   const std::int64_t rowLines = RowLines(*ctx);

@@ -70,7 +70,9 @@ class Import {
   bool MeetsConditions();
   void Tell(const char* what, const std::string& errors);
   bool Merge(int newSlot);
-  bool Complete();
+  bool Complete(bool isRepeated);
+  void Skip(const std::string& reason);
+  [[nodiscard]] bool IsStopped() const { return app::CheckStopProcess(ctx_); }
   bool HasContent();
   int CountBadTexts();
   void CleanFields();
@@ -153,6 +155,11 @@ int Import::PrepareMerge() {
   merger_ = std::make_unique<RecordMerger>(space_.get());
   const int rc = merger_->Prepare(params_.merge);
   if (rc == kOk) return kOk;
+  if (rc == velor_32::kNoInvertedFile) {
+    out_ << "inverted file error" << std::endl;
+    LogTool("Import " + database_ + " error " + std::to_string(rc));
+    return rc;
+  }
   out_ << "merge format error " << params_.merge << std::endl;
   LogTool("merge format error " + params_.merge);
   return rc;
@@ -219,6 +226,8 @@ int Import::ImportAll() {
 void Import::ImportRecord() {
   if (!source_->remark.empty()) report_.NoteNumber("Record damaged", source_->remark);
   slot_ = kSourceSlot;
+  if (marcMode_)
+    velora::ReplaceInFields(space_.get(), kSourceSlot, velora::kMarcDelimiter, velora::kSubfieldMark);
   if (table_.isLoaded()) {
     slot_ = kTableSlot;
     table_.Run(space_.get(), kSourceSlot, slot_);
@@ -228,12 +237,13 @@ void Import::ImportRecord() {
 
   constexpr int kMostTries = 10000;
   const int newSlot = slot_;
-  int result = kOk;
+  int result = velor_32::kLocked;  // what a stop request gives
   // Somebody else may store the partner between its reading and its writing; the new record is then merged
-  // with what that gave. Each such time another writer got on, so that the tries end.
-  for (int tries = 0; tries < kMostTries; ++tries) {
+  // with what that gave. The automatic input writes no other records again: each such time another writer
+  // got on, so that the tries end.
+  for (int tries = 0; tries < kMostTries && !IsStopped(); ++tries) {
     if (merger_ && !Merge(newSlot)) return;
-    if (!Complete()) return;
+    if (!Complete(tries > 0)) return;
     result = Write();
     if (result != velor_32::kVersionMismatch || !isMerged_) break;
   }
@@ -243,7 +253,7 @@ void Import::ImportRecord() {
 /// Whether the record may go in as the file and the table give it.
 bool Import::MeetsConditions() {
   if (!filter_->Passes(slot_)) {
-    report_.Skip("filter");
+    Skip("filter");
     return false;
   }
   if (!params_.checkEncoding) return true;
@@ -257,9 +267,14 @@ bool Import::MeetsConditions() {
 
 /// Errors of a task leave the record as the task left it.
 void Import::Tell(const char* what, const std::string& errors) {
-  if (errors.empty()) return;
+  if (errors.empty() || IsStopped()) return;
   report_.NoteNumber(what, errors);
-  LogTool(what + (" " + errors));
+  LogTool(what + (": NUMBER " + std::to_string(report_.number())) + " " + errors);
+}
+
+/// A format or a task that a stop request cut off says nothing of the record.
+void Import::Skip(const std::string& reason) {
+  if (!IsStopped()) report_.Skip(reason);
 }
 
 /// Makes the record in hand one of the database where there is one to merge with. False when nothing is to be
@@ -269,6 +284,7 @@ bool Import::Merge(int newSlot) {
   isMerged_ = false;
   switch (merger_->Merge(newSlot)) {
     case RecordMerger::Outcome::kNoPartner:
+      if (merger_->keyFailed()) report_.NoteNumber("Record not merged", "merge format error");
       if (merger_->error() != kOk)
         report_.Note("Record not merged: MFN " + std::to_string(merger_->mfn()) + " " +
                      std::to_string(merger_->error()));
@@ -288,22 +304,22 @@ bool Import::Merge(int newSlot) {
 }
 
 /// Automatic input, and the conditions on what is written. False when the record is not.
-bool Import::Complete() {
-  Tell("Autoin error", corrections_->RunAutomaticInput(slot_));
+bool Import::Complete(bool isRepeated) {
+  Tell("Autoin error", corrections_->RunAutomaticInput(slot_, isRepeated));
   if (!HasContent()) {
-    report_.Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
+    Skip("no fields, lost COUNT " + std::to_string(source_->lostFields));
     return false;
   }
   if (params_.checkEncoding) {
     if (const int badTexts = CountBadTexts(); badTexts > 0) {
-      report_.Skip("bad encoding COUNT " + std::to_string(badTexts));
+      Skip("bad encoding COUNT " + std::to_string(badTexts));
       return false;
     }
     CleanFields();
   }
   std::string reason;
   if (corrections_->PassesLogicControl(slot_, &reason)) return true;
-  report_.Skip("flc " + reason);
+  Skip("flc " + reason);
   return false;
 }
 
@@ -370,10 +386,12 @@ int Import::Store() {
 }
 
 void Import::Count(int result) {
+  if (result != kOk && IsStopped()) return;  // refused for the stop request
   const int mfn = velor_32::Velormfn(space_.get(), slot_);
   if (result == kOk && isMerged_) report_.Merged(mfn);
   report_.Stored(result, mfn, isNew_);
-  if (source_->lostFields > 0) report_.NoteMfn("Record fields lost", mfn, source_->lostFields);
+  if (result == kOk && source_->lostFields > 0)
+    report_.NoteMfn("Record fields lost", mfn, source_->lostFields);
 }
 
 void Import::Report() {

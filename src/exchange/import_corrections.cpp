@@ -32,11 +32,13 @@ int ImportCorrections::Prepare(const std::string& database, const VelorImportCon
   context.finished = [this](velor_01::TVelorSpace*, int, const std::string& errors, const std::string&) {
     errors_ = errors;
   };
-  runner_ = std::make_unique<velor_server_proc::GblRecRunner>(space_, std::move(context));
-  hasLogicControl_ = params.flc;
-  if (!params.flc) return kOk;
+  runner_ = std::make_unique<velor_server_proc::GblRecRunner>(space_, context);
+  context.autoin = context.flc = false;
+  context.writeRecord = [](velor_01::TVelorSpace*, int) { return kOk; };
+  repeater_ = std::make_unique<velor_server_proc::GblRecRunner>(space_, std::move(context));
   tableDirectory_ = xpft::TableDirectory(space_->app, space_->path);
   logicControl_ = velor_server_proc::LogicControlName(*space_->app);
+  hasLogicControl_ = params.flc && velor_server_proc::HasLogicControl(space_, tableDirectory_, logicControl_);
   return kOk;
 }
 
@@ -55,9 +57,14 @@ int ImportCorrections::LoadMergeTask(const std::string& database, const std::str
   return velor_32::kNotFound;
 }
 
-const std::string& ImportCorrections::Run(const global::TaskText& task, int slot) {
+const std::string& ImportCorrections::RunAutomaticInput(int slot, bool isRepeated) {
+  return Run(isRepeated ? repeater_.get() : runner_.get(), automaticInput_, slot);
+}
+
+const std::string& ImportCorrections::Run(velor_server_proc::GblRecRunner* runner,
+                                          const global::TaskText& task, int slot) {
   errors_.clear();
-  if (task.GetCount() > 0) runner_->Run(slot, task);
+  if (task.GetCount() > 0) runner->Run(slot, task);
   return errors_;
 }
 

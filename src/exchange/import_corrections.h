@@ -25,22 +25,24 @@ class ImportCorrections {
 
   /// Run a task on the record in a slot; give its error texts, empty when all went well, which hold until
   /// the next run. What the task did before an error is done.
-  const std::string& RunMergeTask(int slot) { return Run(mergeTask_, slot); }
-  const std::string& RunAutomaticInput(int slot) { return Run(automaticInput_, slot); }
+  const std::string& RunMergeTask(int slot) { return Run(runner_.get(), mergeTask_, slot); }
+  /// `isRepeated`: it ran on this record before, so that the records of its blocks are written already.
+  const std::string& RunAutomaticInput(int slot, bool isRepeated);
 
   /// False for a record that must not be written, `result` then saying why.
   [[nodiscard]] bool PassesLogicControl(int slot, std::string* result);
 
  private:
   int LoadMergeTask(const std::string& database, const std::string& name, std::ostream& out);
-  const std::string& Run(const global::TaskText& task, int slot);
+  const std::string& Run(velor_server_proc::GblRecRunner* runner, const global::TaskText& task, int slot);
 
   velor_01::TVelorSpace* space_;
   velor_01::TStringList automaticInputLines_;
   global::TaskText mergeTask_;
   global::TaskText automaticInput_;
   std::unique_ptr<velor_server_proc::GblRecRunner> runner_;
-  std::string errors_;  // of the last run of a task
+  std::unique_ptr<velor_server_proc::GblRecRunner> repeater_;  // writes no other records
+  std::string errors_;                                         // of the last run of a task
   bool hasLogicControl_ = false;
   std::string tableDirectory_;
   std::string logicControl_;  // name of its format

@@ -19,6 +19,8 @@ class ImportReport {
 
   /// A record of the file comes.
   void NextRecord() { ++number_; }
+  /// Its place in the file, from 1.
+  [[nodiscard]] std::int64_t number() const { return number_; }
 
   /// A line of the protocol as it stands.
   void Note(std::string_view line);

@@ -51,10 +51,7 @@ class IsoSource : public ImportSource {
     if (ReadIsoRecord(space_, slot, record, encoder_, &losses) != velor_32::kOk) return Outcome::kNoMemory;
     lostFields = losses.total();
     badTexts = losses.badText;
-    if (marcMode_) {
-      AddLeader(slot, record.substr(0, kIsoLeaderSize));
-      ReplaceInFields(space_, slot, kMarcDelimiter, kSubfieldMark);
-    }
+    if (marcMode_) AddLeader(slot, record.substr(0, kIsoLeaderSize));
     return Outcome::kRecord;
   }
 

@@ -1,5 +1,8 @@
 #include "exchange/record_merger.h"
 
+#include <filesystem>
+#include <system_error>
+
 #include "exchange/merge_records.h"
 #include "format/record_filter.h"
 #include "index/rec_terms.h"
@@ -23,6 +26,18 @@ namespace {
 constexpr std::size_t kKeyBytes = 254;
 static_assert(kKeyBytes < velor_01::kTermBufferSize);
 
+/// A new database has three empty files. Where only some of them are, terms would not be found that are
+/// there.
+bool IsTornIndex(const std::string& path) {
+  int empty = 0;
+  for (const char* extension : {".n01", ".l01", ".ifp"}) {
+    std::error_code missing;
+    const auto size = std::filesystem::file_size(path + extension, missing);
+    if (!missing && size == 0) ++empty;
+  }
+  return empty == 1 || empty == 2;
+}
+
 std::string_view FirstLine(std::string_view text) {
   return utils::StringUtils::Trim(text.substr(0, text.find_first_of("\r\n")));
 }
@@ -33,6 +48,7 @@ int RecordMerger::Prepare(const std::string& words) {
   velor_01::TStringList rows;
   LoadFieldTable(space_, &rows);
   fieldTable_ = FieldTable(rows);
+  if (IsTornIndex(space_->termPath)) return kNoInvertedFile;
   if (words.starts_with('@')) {
     literal_ = utils::TextUtil::ReadAllTextUtf8(std::string_view(words).substr(1));
     return kOk;
@@ -43,6 +59,7 @@ int RecordMerger::Prepare(const std::string& words) {
 
 RecordMerger::Outcome RecordMerger::Merge(int slot) {
   mfn_ = error_ = 0;
+  keyFailed_ = false;
   const int partner = FindPartner(KeyOf(slot));
   if (partner < 0) {
     error_ = partner;
@@ -62,7 +79,8 @@ RecordMerger::Outcome RecordMerger::Merge(int slot) {
 std::string_view RecordMerger::KeyOf(int slot) {
   if (!print_.isPrepared()) return FirstLine(literal_);
   std::string_view output;
-  return print_.Run(slot, &output) ? FirstLine(output) : std::string_view();
+  keyFailed_ = !print_.Run(slot, &output);
+  return keyFailed_ ? std::string_view() : FirstLine(output);
 }
 
 /// A number of a record, 0 when there is none, or an error.

@@ -27,7 +27,8 @@ class RecordMerger {
   explicit RecordMerger(velor_01::TVelorSpace* space) : space_(space), print_(space) {}
 
   /// Takes the words of the option, "@" and the key lines themselves, or a format or its name, and loads the
-  /// field table. Result 0, -404 for no format, or the code of the compiler.
+  /// field table. Result 0, -404 for no format, -401 when of the files of the index some are empty and others
+  /// are not, or the code of the compiler.
   int Prepare(const std::string& words);
 
   /// Merges the record in `slot` into the slot behind it. The lock that somebody may hold on the record of
@@ -38,6 +39,8 @@ class RecordMerger {
   [[nodiscard]] int mfn() const { return mfn_; }
   /// The code with which the index or the partner could not be read, 0 when all went well.
   [[nodiscard]] int error() const { return error_; }
+  /// True when the format of the key failed: it is not known whether there is a partner.
+  [[nodiscard]] bool keyFailed() const { return keyFailed_; }
 
  private:
   std::string_view KeyOf(int slot);
@@ -50,6 +53,7 @@ class RecordMerger {
   FieldTable fieldTable_;
   int mfn_ = 0;
   int error_ = 0;
+  bool keyFailed_ = false;
 };
 
 }  // namespace velora

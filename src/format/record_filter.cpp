@@ -15,8 +15,8 @@ bool IsFormatFile(const velor_01::TVelorSpace* space, const std::string& text) {
 
 }  // namespace
 
-std::string ScanFormat(std::string_view expression) {
-  for (const char mark : {'?', '!', '|'})
+std::string ScanFormat(std::string_view expression, std::string_view marks) {
+  for (const char mark : marks)
     if (expression.starts_with(mark)) expression.remove_prefix(1);
   if (utils::StringUtils::StartsWithNoCase(expression, "IF")) return std::string(expression);
   return "(IF " + std::string(expression) + " then '1' FI)";

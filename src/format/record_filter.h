@@ -10,9 +10,9 @@
 /// format of the condition prints a "1" first.
 namespace velora {
 
-/// The format of a sequential expression, UTF-8: its leading marks "?", "!" and "|", cut in this order, and
-/// around a bare condition "(IF ... then '1' FI)".
-[[nodiscard]] std::string ScanFormat(std::string_view expression);
+/// The format of a sequential expression, UTF-8: without its leading marks, of which those in `marks` are cut
+/// in their order, and around a bare condition "(IF ... then '1' FI)".
+[[nodiscard]] std::string ScanFormat(std::string_view expression, std::string_view marks = "?!");
 
 /// The format, as UTF-8, that the words of a command line name: "@name" or "@%n,name" for a file, also where
 /// the text alone is the name of one that the database or the deposit directory has; any other text is the

@@ -2,6 +2,7 @@
 #include "gbl/mst_global.h"
 #include "gbl/operators.h"
 #include "gbl/remote_block.h"
+#include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/master_file.h"
 #include "storage/shelf.h"
@@ -53,7 +54,7 @@ int NEWMFN(GblCtx* ctx, TVelorSpace* space, int slot, const std::string& format)
     }
     ++ctx->openCount;
     TVelorSpace* added = opened.release();  // closed with the run, or when it is done
-    ctx->spaces.Add(added, name + ".0");
+    ctx->newRecId = ctx->spaces.Add(added, name + ".0");
     rc = velor_32::Velornewrec(added, 0);
     if (rc != kOk) ctx->Fail("NEWREC_ERROR", std::to_string(rc));
     if (ctx->lazyGlobal) velor_32::VelorLazy(added);
@@ -72,9 +73,10 @@ std::string NEWREC(GblCtx* ctx, TVelorSpace* space, int slot, const std::string&
   return database;
 }
 
-/// Hands a record that the block is done with to the caller. True when its space may be closed.
+/// Hands a record that the block is done with to the caller. True when its space may be closed. A stop
+/// request may have cut the block off: such a record is not handed over.
 bool IsDone(GblCtx* ctx, TVelorSpace* space) {
-  return ctx->recordDone && ctx->recordDone(space, 0);
+  return ctx->recordDone && !app::CheckStopProcess(space->app) && ctx->recordDone(space, 0);
 }
 
 void EndHit(GblCtx* ctx, TVelorSpace* space) {
@@ -88,14 +90,15 @@ void EndHit(GblCtx* ctx, TVelorSpace* space) {
   }
 }
 
-void EndNewRecord(GblCtx* ctx, TVelorSpace* space) {
-  TVelorSpace* last = ctx->spaces.At(ctx->spaces.GetCount() - 1);
-  if (last == nullptr || last == space || !(ctx->lazyGlobal || ctx->recordDone)) return;
-  if (IsDone(ctx, last)) {
-    ctx->pool->Close(velor_32::SpacePointer(last));
-    ctx->spaces.RemoveNewRecord();
+void EndNewRecord(GblCtx* ctx) {
+  const int index = NewRecordIndex(ctx);
+  TVelorSpace* built = ctx->spaces.At(index);
+  if (built == nullptr || !(ctx->lazyGlobal || ctx->recordDone)) return;
+  if (IsDone(ctx, built)) {
+    ctx->pool->Close(velor_32::SpacePointer(built));
+    ctx->spaces.RemoveNewRecord(index);
   } else if (ctx->lazyGlobal) {
-    velor_32::VelorLazy(last);
+    velor_32::VelorLazy(built);
   }
 }
 
@@ -124,9 +127,10 @@ int ExecuteCORREC(GblCtx* ctx, TVelorSpace* space, int slot, int index) {
     ctx->remoteEnd = 0;
     const TaskText& lines = *ctx->lines;
     if (ctx->skipFlag != 1 && lines.Has(index + 3)) {
+      // The hit of an earlier block is none of this one's; that of a block around it ends with the next END.
+      if (ctx->inCorrec == 0) ctx->targetIndex = SpaceTable::kNone;
       ctx->inCorrec = 1;
       ctx->spaces.ClearHits();
-      ctx->targetIndex = SpaceTable::kNone;  // that of an earlier block is none of this one's
       ctx->correcHits = CORREC(ctx, space, slot, lines.Line(index + 1), lines.Line(index + 2),
                                lines.Line(index + 3), lines.Has(index + 4) ? lines.Line(index + 4) : "");
       if (ctx->remoteEnd > index) return ctx->remoteEnd;
@@ -136,29 +140,41 @@ int ExecuteCORREC(GblCtx* ctx, TVelorSpace* space, int slot, int index) {
   });
 }
 
+namespace {
+
+/// One half of END. What the caller's function throws keeps neither the other half nor the walk from going
+/// on.
+template <class Body>
+void Half(Body&& body) {
+  Guarded("ExecuteEND", 0, [&] {
+    body();
+    return 0;
+  });
+}
+
+}  // namespace
+
 int ExecuteEND(GblCtx* ctx, TVelorSpace* space, int index) {
   int next = index + 1;
-  return Guarded("ExecuteEND", next, [&] {
-    if (ctx->skipFlag == 1) return next;
-    if (ctx->inCorrec == 1) {
-      // A round that took no hit, the END being the last line, would come again for ever.
-      const bool tookHit = ctx->hitPositioned == 1;
-      ctx->hitPositioned = 0;
-      if (ctx->spaces.HasHits() && tookHit) {
-        next = ctx->correcLoopLine;
-      } else {
-        ctx->inCorrec = ctx->correcHits = ctx->correcLoopLine = 0;
-        ctx->hitTag = ctx->hitOcc = 0;
-      }
-      EndHit(ctx, space);
-    }
-    if (ctx->inNewRec == 1) {
-      ctx->inNewRec = ctx->newRecReady = 0;
+  if (ctx->skipFlag == 1) return next;
+  if (ctx->inCorrec == 1) {
+    // A round that took no hit, the END being the last line, would come again for ever.
+    const bool tookHit = ctx->hitPositioned == 1;
+    ctx->hitPositioned = 0;
+    if (ctx->spaces.HasHits() && tookHit) {
+      next = ctx->correcLoopLine;
+    } else {
+      ctx->inCorrec = ctx->correcHits = ctx->correcLoopLine = 0;
       ctx->hitTag = ctx->hitOcc = 0;
-      EndNewRecord(ctx, space);
     }
-    return next;
-  });
+    Half([&] { EndHit(ctx, space); });
+  }
+  if (ctx->inNewRec == 1) {
+    Half([&] { EndNewRecord(ctx); });
+    ctx->inNewRec = ctx->newRecReady = 0;
+    ctx->hitTag = ctx->hitOcc = 0;
+  }
+  return next;
 }
 
 }  // namespace global

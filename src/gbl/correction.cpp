@@ -51,7 +51,7 @@ class Walk {
 
 void Walk::Run() {
   int i = task_.start;
-  if (task_.GetCount() == 0) ctx_.Fail("PARAM_ERROR", "");
+  if (task_.GetCount() == 0) ctx_.Fail("PARAM_ERROR", "");  // there was no memory for its lines
   // A stop request ends the walk: the caller leaves the record as it is in the file.
   while (task_.Has(i) && ctx_.abortFlag == 0 && !app::CheckStopProcess(space_->app)) {
     const Operator* op = task_.lines[static_cast<std::size_t>(i)].op;
@@ -126,7 +126,10 @@ void RunTask(TVelorSpace* space, int slot, const TaskText& task, velor_01::TList
     const RunSettings settings(space);
     Guarded("IsisRecUpdateSpecial", 0, [&] {
       Walk walk(space, slot, task, recordDone, pool);
-      walk.Run();
+      Guarded("IsisRecUpdateSpecial", 0, [&] {
+        walk.Run();
+        return 0;
+      });
       errors += walk.context().errorStream;
       protocol += walk.context().protocolStream;
       walk.CloseSpaces(changedSpaces);

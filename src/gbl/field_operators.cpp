@@ -13,13 +13,13 @@ bool IsPassedOver(const GblCtx* ctx, int index) {
   return ctx->skipFlag == 1 || !ctx->lines->Has(index + kLength - 1);
 }
 
-/// The record that a field operator changes. In the block of a new record that is the last space.
+/// The record that a field operator changes.
 CountedTarget FindCounted(GblCtx* ctx, TVelorSpace* space, int slot) {
   CountedTarget found{FindTarget(ctx, space, slot, true)};
   if (ctx->inCorrec == 1)
     found.index = ctx->targetIndex;
   else if (ctx->inNewRec == 1)
-    found.index = ctx->spaces.GetCount() - 1;
+    found.index = NewRecordIndex(ctx);
   return found;
 }
 
@@ -48,7 +48,6 @@ int ExecuteADD(GblCtx* ctx, TVelorSpace* space, int slot, int index) {
   return Guarded("ExecuteADD", index + kLength, [&] {
     if (IsPassedOver(ctx, index)) return index + kLength;
     const bool buildsRecord = ctx->inNewRec == 1 && ctx->inCorrec != 1;
-    if (buildsRecord && ctx->newRecReady != 1) return index + kLength;
     const CountedTarget target = FindCounted(ctx, space, slot);
     if (!target) return index + kLength;
     // A new record is built from the current one: its format and its occurrences count.

@@ -60,8 +60,7 @@ bool TakeOccurrences(Work& work) {
 
 int Finish(Work& work, bool dropBare) {
   if (!work.changed) return kUnchanged;
-  RewriteOccurrences(work.record, work.tag, work.ctx->workLines, dropBare);
-  return 0;
+  return RewriteOccurrences(work.record, work.tag, work.ctx->workLines, dropBare) ? 0 : kUnchanged;
 }
 
 }  // namespace
@@ -76,12 +75,12 @@ int AddFields(Work& work, Target to, const std::string& subfield) {
   if (lines.empty()) return kUnchanged;
   if (!subfield.empty()) {
     const std::string text = "^" + subfield + lines[0];
-    if (!IsBareSubfield(text)) AddField(to, work.tag, 0, text);
-    return 0;
+    return !IsBareSubfield(text) && AddField(to, work.tag, 0, text) ? 0 : kUnchanged;
   }
+  int result = kUnchanged;
   for (const std::string& line : lines)
-    if (!IsBareSubfield(line)) AddField(to, work.tag, 0, line);
-  return 0;
+    if (!IsBareSubfield(line) && AddField(to, work.tag, 0, line)) result = 0;
+  return result;
 }
 
 /// The occurrence with the subfield behind it; unchanged ones are empty.
@@ -154,7 +153,7 @@ int DEL(GblCtx* ctx, TVelorSpace* space, int slot, const std::string& tag, const
       if (work.Entry(k).empty()) continue;
       std::wstring text = Widen(work.Entry(k));
       delsubfield(text, work.code);
-      work.Put(k, Narrow(text));
+      work.Put(k, Narrow(text));  // kept: an occurrence without that subfield counts as changed too
     }
     return Finish(work, false);
   });

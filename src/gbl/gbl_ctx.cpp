@@ -52,8 +52,12 @@ Target SpaceTarget(GblCtx* ctx, TVelorSpace* space, int slot, int i) {
   TVelorSpace* target = ctx->spaces.At(i);
   if (target == nullptr) return {};
   if (target == space) return {space, slot};
-  velor_32::VelorUnlazy(target);
+  if (velor_32::VelorUnlazy(target) != kOk) return {};
   return {target, 0};
+}
+
+int NewRecordIndex(const GblCtx* ctx) {
+  return ctx->newRecReady == 1 ? ctx->spaces.IndexOfId(ctx->newRecId) : SpaceTable::kNone;
 }
 
 Target FindTarget(GblCtx* ctx, TVelorSpace* space, int slot, bool needsHits) {
@@ -61,7 +65,7 @@ Target FindTarget(GblCtx* ctx, TVelorSpace* space, int slot, bool needsHits) {
     if (needsHits && ctx->correcHits < 1) return {};
     return SpaceTarget(ctx, space, slot, ctx->targetIndex);
   }
-  if (ctx->inNewRec == 1) return SpaceTarget(ctx, space, slot, ctx->spaces.GetCount() - 1);
+  if (ctx->inNewRec == 1) return SpaceTarget(ctx, space, slot, NewRecordIndex(ctx));
   return {space, slot};
 }
 

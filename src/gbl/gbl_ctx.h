@@ -32,6 +32,7 @@ struct GblCtx {
   std::int32_t repeatDepth = 0;
   std::int32_t inNewRec = 0;        ///< 1 between NEWREC or NEWMFN and its END
   std::int32_t newRecReady = 0;     ///< 1 when that block's record exists
+  std::int32_t newRecId = 0;        ///< of its entry in `spaces`
   std::int32_t correcLoopLine = 0;  ///< where END returns to while hits remain
   std::string fieldText;            ///< the two halves of the field line of the current operator
   std::string subfieldText;
@@ -84,6 +85,9 @@ struct CountedTarget : Target {
 
 /// Entry i of `spaces`, woken when it sleeps. Its slot is 0, that of the current record its own.
 [[nodiscard]] Target SpaceTarget(GblCtx* ctx, velor_01::TVelorSpace* space, int slot, int i);
+
+/// Index in `spaces` of the record that the block of a new record builds; kNone when there is none.
+[[nodiscard]] int NewRecordIndex(const GblCtx* ctx);
 
 /// What the operators outside of blocks, and inside, evaluate on: in a CORREC block the hit, in a block of a
 /// new record that record, otherwise the current one. `needsHits`: a CORREC block without hits has none.

@@ -60,7 +60,7 @@ class OtherRecords {
     int indexResult = kOk;
   };
   void FollowDatabase(const TVelorSpace* space);
-  void AutomaticInput(TVelorSpace* space, int slot, std::string& errors, std::string& protocol);
+  std::string AutomaticInput(TVelorSpace* space, int slot, std::string& errors, std::string& protocol);
   void LogicControl(TVelorSpace* space, int slot);
   Written Write(TVelorSpace* space, int slot);
   void Report(const std::string& line) const {
@@ -75,30 +75,33 @@ class OtherRecords {
   std::string database_;  // of the record before: path
   velor_01::TStringList autoin_;
   int autoinDepth_ = 0;
+  bool isControlKnown_ = false;  // the two for that database
+  bool hasControl_ = false;
   indexing::SharedTables tables_;
 };
 
 void OtherRecords::FollowDatabase(const TVelorSpace* space) {
-  if (space->path == database_) return;
+  const bool isAnother = space->path != database_;
+  if (isAnother && context_.autoin) LoadAutomaticInput(space, &autoin_);
+  if (context_.flc && (isAnother || !isControlKnown_))
+    hasControl_ = HasLogicControl(space, xpft::TableDirectory(space->app, space->path), controlName_);
+  isControlKnown_ = true;
   database_ = space->path;
-  if (context_.autoin) LoadAutomaticInput(space, &autoin_);
 }
 
-void OtherRecords::AutomaticInput(TVelorSpace* space, int slot, std::string& errors, std::string& protocol) {
-  std::string result = kNoAutoinTask;
-  if (autoin_.GetCount() > 0 && autoinDepth_ < kMaxAutoinDepth) {
-    const global::TaskText task = global::ReadTask(space->app, autoin_);
-    velor_01::TList changed;
-    ++autoinDepth_;
-    global::RunTask(
-        space, slot, task, &changed, errors, protocol,
-        [this](TVelorSpace* other, int otherSlot) { return Done(other, otherSlot); }, pool_);
-    --autoinDepth_;
-    for (void* other : changed.Items()) velor_32::Velorclose(static_cast<TVelorSpace*>(other));
-    result = errors.empty() ? protocol : errors;
-  }
-  Report("DBN=" + backup::GetDbNameEK(space) + "#MFN=" + std::to_string(velor_32::Velormfn(space, slot)) +
-         "#AUTOIN=" + result + "#");
+/// What the report tells of it: the errors or else the protocol of the task, -5555 without one.
+std::string OtherRecords::AutomaticInput(TVelorSpace* space, int slot, std::string& errors,
+                                         std::string& protocol) {
+  if (autoin_.GetCount() == 0 || autoinDepth_ >= kMaxAutoinDepth) return kNoAutoinTask;
+  const global::TaskText task = global::ReadTask(space->app, autoin_);
+  velor_01::TList changed;
+  ++autoinDepth_;
+  global::RunTask(
+      space, slot, task, &changed, errors, protocol,
+      [this](TVelorSpace* other, int otherSlot) { return Done(other, otherSlot); }, pool_);
+  --autoinDepth_;
+  for (void* other : changed.Items()) velor_32::Velorclose(static_cast<TVelorSpace*>(other));
+  return errors.empty() ? protocol : errors;
 }
 
 void OtherRecords::LogicControl(TVelorSpace* space, int slot) {
@@ -118,6 +121,8 @@ OtherRecords::Written OtherRecords::Write(TVelorSpace* space, int slot) {
   velor_32::Velorrecunlock(space, slot);
   const global::ScopedSettings outside(space->app, settings_);
   if (context_.ifUpdate) tables_.LendTo(space);
+  // The update reads the version before into the slot behind: without one it would take that of the record.
+  if (context_.ifUpdate && space->shelfCount < slot + 2) velor_32::VelorInitAltShelf(space, slot + 2);
   velor_32::VelorRecUpdateTime(space, slot, false, context_.ifUpdate, lockTimeout_, &written.result,
                                &written.indexResult);
   if (context_.ifUpdate) tables_.TakeBack(space);
@@ -130,9 +135,13 @@ bool OtherRecords::Done(TVelorSpace* space, int slot) {
   FollowDatabase(space);
   std::string errors;
   std::string protocol;
-  if (context_.autoin) AutomaticInput(space, slot, errors, protocol);
-  if (context_.flc) LogicControl(space, slot);
+  const std::string input = context_.autoin ? AutomaticInput(space, slot, errors, protocol) : "";
+  Report("DBN=" + backup::GetDbNameEK(space) + "#MFN=" + std::to_string(velor_32::Velormfn(space, slot)) +
+         "#AUTOIN=" + input + "#");
+  if (context_.flc && hasControl_) LogicControl(space, slot);
   const Written written = Write(space, slot);
+  if (written.result == velor_32::kLocked && app::CheckStopProcess(space->app))
+    return false;  // refused for it
   if (context_.recordDone) context_.recordDone(space, slot, written.result, errors, protocol);
   if (!context_.report) return true;
   const int shown = written.result == kOk ? velor_32::Velormfn(space, slot) : written.result;
@@ -181,7 +190,10 @@ int VelorGblRec(TVelorSpace* space, int slot, const velor_01::TStringList* task,
   if (task == nullptr || space == nullptr || space->path.empty() || space->app == nullptr ||
       !space->app->mainIni)
     return velor_32::kNoSpace;
-  return GblRecRunner(space, context).Run(slot, global::ReadTask(space->app, *task));
+  if (task->GetCount() > 0)
+    return GblRecRunner(space, context).Run(slot, global::ReadTask(space->app, *task));
+  if (context.finished) context.finished(space, slot, "", "");
+  return kOk;
 }
 
 void HashRecord(TVelorSpace* space, int slot, std::string& out) {

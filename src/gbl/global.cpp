@@ -158,7 +158,9 @@ void Global::Correct(int mfn) {
   HashRecord(space, kSlot, hashAfter_);
   const bool isUnchanged =
       hashAfter_ == hashBefore_ && velor_32::Velorrecstatus(space, kSlot, 0) == statusBefore;
-  result_ = isUnchanged ? kOk : Write();
+  const int result = isUnchanged ? kOk : Write();
+  if (result == velor_32::kLocked && app::CheckStopProcess(ctx_)) return;  // refused for the stop request
+  result_ = result;
   Report(space, kSlot, result_, errors_, protocol_, !isUnchanged);
   if (errors_.empty()) return;
   out_ << "Gbl error " << errors_ << std::endl;

@@ -45,21 +45,25 @@ void LoadAutomaticInput(const velor_01::TVelorSpace* space, velor_01::TStringLis
   task->Clear();
   if (space == nullptr || space->app == nullptr) return;
   const std::string name = Setting(*space->app, "MAIN", "AUTOINFILE", "autoin.gbl");
-  backup::LoadEmbededResourse(space->app, xpft::TableDirectory(space->app, space->path), name, task);
+  task->LoadFromFile(xpft::TableDirectory(space->app, space->path) + name);
 }
 
 std::string LogicControlName(const app::VelorAppContext& ctx) {
   return Setting(ctx, "Main", "DBNFLC", "dbnflc");
 }
 
+bool HasLogicControl(const velor_01::TVelorSpace* space, const std::string& databaseDirectory,
+                     const std::string& name) {
+  if (!FormatOfControl(space, databaseDirectory, name).empty()) return true;
+  utils::LogUtil::LogErrorPid(app::AppPrefixText(), "logic control format not found " + name);
+  return false;
+}
+
 bool DBN_Flc_record(velor_01::TVelorSpace* space, int slot, const std::string& databaseDirectory,
                     const std::string& name, std::string& result) {
   result.clear();
   const std::string format = FormatOfControl(space, databaseDirectory, name);
-  if (format.empty()) {
-    utils::LogUtil::LogErrorPid(app::AppPrefixText(), "logic control format not found " + name);
-    return true;
-  }
+  if (format.empty()) return true;
   if (const int rc = RunFormat(space, slot, format); rc != kOk) {
     result = "format error " + std::to_string(rc);
     return false;

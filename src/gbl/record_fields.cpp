@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "storage/codes.h"
 #include "storage/fields.h"
 #include "utils/text_util.h"
 #include "utils/utf8_char.h"
@@ -13,8 +14,16 @@ namespace global {
 
 using utils::TextUtil;
 
-void AddField(Target to, int tag, int position, std::string_view text) {
-  velor_32::Velorfldadd(to.space, to.slot, tag, position, text.data(), static_cast<int>(text.size()));
+namespace {
+
+constexpr std::size_t kLongestField = std::numeric_limits<std::int32_t>::max();  // bytes
+
+}  // namespace
+
+bool AddField(Target to, int tag, int position, std::string_view text) {
+  if (tag < 1 || text.empty() || text.size() > kLongestField) return false;
+  return velor_32::Velorfldadd(to.space, to.slot, tag, position, text.data(),
+                               static_cast<int>(text.size())) == velor_32::kOk;
 }
 
 bool CopyFields(Target from, Target to) {
@@ -44,12 +53,41 @@ bool IsBareSubfield(std::string_view text) {
   return static_cast<std::size_t>(used) + 1 == text.size();
 }
 
-void RewriteOccurrences(Target record, int tag, const std::vector<std::string>& texts, bool dropBare) {
-  for (int k = velor_32::Velornfields(record.space, record.slot); k >= 1; --k)
+namespace {
+
+/// Takes away the fields behind the first `count`: what was added before the memory ended.
+bool TakeBack(Target record, int count) {
+  for (int k = velor_32::Velornfields(record.space, record.slot); k > count; --k)
+    velor_32::Velorfldrep(record.space, record.slot, k, nullptr, 0);
+  return false;
+}
+
+}  // namespace
+
+// What is new is added before what was there goes, so that nothing is lost when the memory ends.
+
+bool ReplaceFields(Target from, Target to) {
+  const int before = velor_32::Velornfields(to.space, to.slot);
+  const int count = velor_32::Velornfields(from.space, from.slot);
+  for (int k = 1; k <= count; ++k) {
+    int tag = 0;
+    const std::string_view text = velor_32::FieldText(from.space, from.slot, k, &tag);
+    if (!text.empty() && !AddField(to, tag, 0, text)) return TakeBack(to, before);
+  }
+  for (int k = before; k >= 1; --k) velor_32::Velorfldrep(to.space, to.slot, k, nullptr, 0);
+  return true;
+}
+
+bool RewriteOccurrences(Target record, int tag, const std::vector<std::string>& texts, bool dropBare) {
+  const int before = velor_32::Velornfields(record.space, record.slot);
+  for (const std::string& text : texts) {
+    if (text.empty() || (dropBare && IsBareSubfield(text))) continue;
+    if (!AddField(record, tag, 0, text)) return TakeBack(record, before);
+  }
+  for (int k = before; k >= 1; --k)
     if (velor_32::Velorfldtag(record.space, record.slot, k) == tag)
       velor_32::Velorfldrep(record.space, record.slot, k, nullptr, 0);
-  for (const std::string& text : texts)
-    if (!text.empty() && !(dropBare && IsBareSubfield(text))) AddField(record, tag, 0, text);
+  return true;
 }
 
 namespace {

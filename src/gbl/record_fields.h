@@ -9,8 +9,9 @@
 /// Fields of a record as the operators handle them.
 namespace global {
 
-/// Adds a field at a directory position, or behind the last with 0. An empty text adds nothing.
-void AddField(Target to, int tag, int position, std::string_view text);
+/// Adds a field at a directory position, or behind the last with 0. False when nothing was added: an empty
+/// text, a tag below 1, or no memory.
+bool AddField(Target to, int tag, int position, std::string_view text);
 
 /// Adds every field of a record, in order, each at its own position. The records are different ones. False
 /// when there was none.
@@ -22,9 +23,13 @@ void ReadOccurrences(Target record, int tag, std::vector<std::string>* texts);
 /// True for a "^" and one character: a subfield without a value.
 [[nodiscard]] bool IsBareSubfield(std::string_view text);
 
+/// Puts the fields of a record in the place of all those of another one. False, and the record as it was,
+/// when there is no memory.
+bool ReplaceFields(Target from, Target to);
+
 /// Replaces all fields with a tag by the texts that are not empty, behind all other fields. `dropBare`: bare
-/// subfields are left out, too.
-void RewriteOccurrences(Target record, int tag, const std::vector<std::string>& texts, bool dropBare);
+/// subfields are left out, too. False, and the record as it was, when there is no memory.
+bool RewriteOccurrences(Target record, int tag, const std::vector<std::string>& texts, bool dropBare);
 
 /// Which occurrences an operator works on. Occurrences count from 1.
 struct Selection {

@@ -110,8 +110,7 @@ int ExecuteUNDOR(GblCtx* ctx, TVelorSpace* space, int slot, int index, const std
     }
     if (UNDOR(ctx, space, slot, history.get(), 0, ctx->lines->Line(index + 1)) != 0) return index + 2;
     if (velor_32::Velornfields(history.get(), 0) < 1) return index + 2;
-    velor_32::Velorfldempty(space, slot);
-    CopyFields({history.get(), 0}, {space, slot});
+    ReplaceFields({history.get(), 0}, {space, slot});
     return index + 2;
   });
 }

@@ -18,8 +18,8 @@ namespace {
 /// Where ALL copies to; no target at top level, and none when the block works on the current record itself.
 CountedTarget DestinationOfAll(GblCtx* ctx, TVelorSpace* space, int slot) {
   if (ctx->inNewRec == 1) {
-    const int last = ctx->spaces.GetCount() - 1;
-    return {SpaceTarget(ctx, space, slot, last), last};
+    const int built = NewRecordIndex(ctx);
+    return {SpaceTarget(ctx, space, slot, built), built};
   }
   if (ctx->inCorrec != 1 || ctx->correcHits < 1 || ctx->spaces.At(ctx->targetIndex) == space) return {};
   return {SpaceTarget(ctx, space, slot, ctx->targetIndex), ctx->targetIndex};

@@ -13,21 +13,16 @@ bool IsNewRecord(std::string_view name) {
 
 }  // namespace
 
-template <class List>
-int SpaceTable::IndexOfId(const List& list, int id) {
-  const auto place = std::ranges::lower_bound(list, id, {}, [](const auto& entry) { return entry.id; });
-  return place != list.end() && place->id == id ? static_cast<int>(place - list.begin()) : kNone;
-}
-
 velor_01::TVelorSpace* SpaceTable::At(int i) const {
   return IsIndex(i) ? spaces_[static_cast<std::size_t>(i)].space : nullptr;
 }
 
-void SpaceTable::Add(velor_01::TVelorSpace* space, const std::string& name) {
+int SpaceTable::Add(velor_01::TVelorSpace* space, const std::string& name) {
   const int id = ++lastId_;
   names_.push_back({name, id});
   spaces_.push_back({space, id});
   if (!IsNewRecord(name)) nameIds_.emplace(name, id);
+  return id;
 }
 
 void SpaceTable::AddHit(std::shared_ptr<const BlockDatabase> database, int mfn, const std::string& name) {
@@ -50,7 +45,7 @@ int SpaceTable::MfnOf(int i) const {
 
 int SpaceTable::IndexOfName(const std::string& name) const {
   const auto found = nameIds_.find(name);
-  return found == nameIds_.end() ? kNone : IndexOfId(names_, found->second);
+  return found == nameIds_.end() ? kNone : IndexIn(names_, found->second);
 }
 
 void SpaceTable::CountChange(int i) {
@@ -75,9 +70,9 @@ void SpaceTable::Remove(int i) {
   LowerIndexes(i);
 }
 
-void SpaceTable::RemoveNewRecord() {
-  if (spaces_.empty()) return;
-  spaces_.pop_back();
+void SpaceTable::RemoveNewRecord(int i) {
+  if (!IsIndex(i)) return;
+  spaces_.erase(spaces_.begin() + i);
   RemoveName(GetCount() - 1);
 }
 
@@ -99,7 +94,7 @@ int SpaceTable::TakeHit() {
     --hitsByIndex_;
     return IsIndex(hit.index) ? hit.index : kNone;
   }
-  const int i = IndexOfId(spaces_, hit.id);
+  const int i = IndexIn(spaces_, hit.id);
   if (i != kNone) --spaces_[static_cast<std::size_t>(i)].waitingHits;
   return i;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <deque>
 #include <memory>
 #include <string>
@@ -31,7 +32,10 @@ class SpaceTable {
   [[nodiscard]] velor_01::TVelorSpace* At(int i) const;
 
   /// Adds a space and its name, "db.mfn", or "db.0" for a new record. The space stays the caller's to close.
-  void Add(velor_01::TVelorSpace* space, const std::string& name);
+  /// Gives the id of the entry, which does not move with its index.
+  int Add(velor_01::TVelorSpace* space, const std::string& name);
+  /// kNone when the entry is gone.
+  [[nodiscard]] int IndexOfId(int id) const { return IndexIn(spaces_, id); }
   /// Adds a record that gets its space when its turn comes: a block may have very many hits.
   void AddHit(std::shared_ptr<const BlockDatabase> database, int mfn, const std::string& name);
   void SetSpace(int i, velor_01::TVelorSpace* space);
@@ -47,8 +51,8 @@ class SpaceTable {
 
   /// Removes entry i of both lists.
   void Remove(int i);
-  /// Removes the last space, and the name before the last.
-  void RemoveNewRecord();
+  /// Removes a new record: its space, and of the names the one before the last.
+  void RemoveNewRecord(int i);
 
   /// Hits waiting: to be worked in the order in which they were pushed.
   void PushHit(int i);
@@ -81,7 +85,7 @@ class SpaceTable {
   [[nodiscard]] bool IsWaitingByIndex(int i) const;
   void LowerIndexes(int above);
   template <class List>
-  static int IndexOfId(const List& list, int id);
+  static int IndexIn(const List& list, int id);
   void RemoveName(int i);
 
   std::deque<Space> spaces_;
@@ -92,5 +96,11 @@ class SpaceTable {
   int hitsByIndex_ = 0;  // among those that wait
   int lastId_ = 0;
 };
+
+template <class List>
+int SpaceTable::IndexIn(const List& list, int id) {
+  const auto place = std::ranges::lower_bound(list, id, {}, [](const auto& entry) { return entry.id; });
+  return place != list.end() && place->id == id ? static_cast<int>(place - list.begin()) : kNone;
+}
 
 }  // namespace global

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <string_view>
 
 #include "gbl/operators.h"
@@ -32,10 +33,11 @@ int StartLine(std::string_view head) {
 
 }  // namespace
 
-TaskText ReadTask(const app::VelorAppContext* ctx, const velor_01::TStringList& task) {
+namespace {
+
+TaskText ReadLines(const app::VelorAppContext* ctx, const velor_01::TStringList& task) {
   TaskText text;
   const int count = task.GetCount();
-  if (count == 0) return text;
   std::string_view head = task.Get(0);
   const bool isUtf8 = head.starts_with('!');
   if (isUtf8) head.remove_prefix(1);
@@ -48,6 +50,16 @@ TaskText ReadTask(const app::VelorAppContext* ctx, const velor_01::TStringList& 
     text.lines.back().op = FindOperator(text.lines.back().text);
   }
   return text;
+}
+
+}  // namespace
+
+TaskText ReadTask(const app::VelorAppContext* ctx, const velor_01::TStringList& task) noexcept {
+  try {
+    return task.GetCount() > 0 ? ReadLines(ctx, task) : TaskText();
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
 }
 
 namespace {

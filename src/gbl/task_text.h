@@ -26,8 +26,9 @@ struct TaskText {
   [[nodiscard]] const std::string& Line(int i) const { return lines[static_cast<std::size_t>(i)].text; }
 };
 
-/// Reads a task as correction.h tells. `ctx` may be null: a line without a mark is then cp1251.
-[[nodiscard]] TaskText ReadTask(const app::VelorAppContext* ctx, const velor_01::TStringList& task);
+/// Reads a task as correction.h tells. `ctx` may be null: a line without a mark is then cp1251. No lines when
+/// there is no memory for them.
+[[nodiscard]] TaskText ReadTask(const app::VelorAppContext* ctx, const velor_01::TStringList& task) noexcept;
 
 /// Finds the end of a block without running it, from line `start` on: the index behind the first line of this
 /// level that equals `stopWord` (and behind its operand, for UNTIL); with `stopAfterFirst` the end of the

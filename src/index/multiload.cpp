@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -49,13 +50,14 @@ std::string WorkDirectory(const app::VelorAppContext* app) {
   std::string directory = fmt_64::GetWorkDir(app, base);
   if (directory.empty()) directory = base + "workdir/";
   if (directory.back() != '/') directory += '/';
-  return directory;
+  // A worker would read a relative one from another place.
+  return utils::PathUtil::IsPathRooted(directory) ? directory : std::filesystem::absolute(directory).string();
 }
 
 /// The options of the frame that change what formats give, and the prefix of shared names.
 std::string FrameOptions(const app::VelorAppContext& app) {
   std::string options;
-  if (!app::AppPrefixText().empty()) options += " -pref " + std::string(app::AppPrefixText());
+  if (!app::AppPrefixText().empty()) options += " -pref \"" + std::string(app::AppPrefixText()) + '"';
   if (!app.xpftEnabled) return options + " -xpftoff";
   if (app.recordCacheOpt == app::RecordCacheOpt::kOption0) options += " -xpft0";
   if (app.recordCacheOpt == app::RecordCacheOpt::kOption1) options += " -xpft1";

@@ -34,18 +34,19 @@ std::vector<std::string> FindNames(const std::string& prefix) {
   return names;
 }
 
-int RemoveMutexes(const std::string& prefix, std::ostream& out) {
+}  // namespace
+
+int RemoveRecordMutexes(const std::string& name, std::ostream& out) {
   int rc = velor_32::kOk;
-  for (const std::string& name : FindNames(prefix)) {
-    if (shm_unlink(name.c_str()) == 0) continue;
+  // The brace of the GUID belongs to the prefix: "BOOKS" also begins the names of "BOOKS2".
+  for (const std::string& mutex : FindNames(velor_32::FullTextMutexPrefix(name) + "{")) {
+    if (shm_unlink(mutex.c_str()) == 0) continue;
     const int error = errno;  // before the stream changes it
-    out << "shm_unlink " << name << " failed with errno " << error << '\n';
+    out << "shm_unlink " << mutex << " failed with errno " << error << '\n';
     rc = velor_32::kLocked;
   }
   return rc;
 }
-
-}  // namespace
 
 int VelorCleanRecordMutexes(app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
   out << "CleanMtx\n";
@@ -58,7 +59,7 @@ int VelorCleanRecordMutexes(app::VelorAppContext* ctx, const std::string& db, st
     LogTool("Db is locked");
     return velor_32::kLocked;
   }
-  int rc = RemoveMutexes(velor_32::FullTextMutexPrefix(database.name()), out);
+  int rc = RemoveRecordMutexes(database.name(), out);
   const int unlockResult = velor_32::VelorUnLockDBTime(database.space(), database.relayRecTime());
   if (rc == velor_32::kOk) rc = unlockResult;
   return ReportOutcome("CleanMtx " + database.name(), rc, out);

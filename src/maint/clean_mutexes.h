@@ -13,4 +13,7 @@ namespace velor_server_proc {
 /// locked by others or a mutex could not be removed.
 int VelorCleanRecordMutexes(app::VelorAppContext* ctx, const std::string& db, std::ostream& out);
 
+/// The bare work: removes what there is. Result 0, or -300 when a mutex could not be removed, which is told.
+int RemoveRecordMutexes(const std::string& name, std::ostream& out);
+
 }  // namespace velor_server_proc

@@ -14,4 +14,11 @@ namespace velor_server_proc {
 /// cannot be opened.
 int VelorEmptyDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out);
 
+/// Throws away the page texts of a database, and marks each of its records for a new extraction. A database
+/// without page texts stays as it is. A stop ends the marking between two records ("Process stop"); another
+/// run begins anew. The outcome goes to `out` and the log as above. Result 0, the error of the opening, -300
+/// for a locked database, which stays as it is; otherwise as above, or the error of the first record that
+/// could not be marked.
+int VelorEmptyFTDB(app::VelorAppContext* ctx, const std::string& db, std::ostream& out);
+
 }  // namespace velor_server_proc

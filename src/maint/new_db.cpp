@@ -1,205 +1,129 @@
 #include "maint/new_db.h"
 
+#include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <ostream>
-#include <system_error>
-#include <vector>
+#include <utility>
 
-#include "storage/app_context.h"
+#include "maint/database_files.h"
+#include "maint/database_lists.h"
+#include "maint/database_names.h"
+#include "maint/database_tool.h"
+#include "maint/parameter_file.h"
+#include "maint/web_lists.h"
 #include "storage/codes.h"
-#include "storage/database_lock.h"
-#include "storage/database_open.h"
-#include "storage/master_file.h"
-#include "utils/path_util.h"
-#include "utils/string_list.h"
 #include "utils/string_utils.h"
-#include "utils/text_util.h"
 
 namespace velor_server_proc {
 
 namespace fs = std::filesystem;
+using utils::StringUtils;
 using velor_32::kOk;
 
 namespace {
 
-constexpr const char* kBriefFormat = "MFN";
-constexpr int kParameterLines = 10;
-constexpr const char* kListEnd = "*****";
+constexpr mode_t kDirectoryRights = 0775;
 
-/// A name becomes a directory and the beginning of file names: it must not lead anywhere else.
-bool IsUsableName(const std::string& name) {
-  return !name.empty() && name[0] != '.' && name.find_first_of("/\\") == std::string::npos;
+/// Directory of a database, without a closing slash: a file or a link of that name counts as well.
+std::string Target(const app::VelorAppContext* ctx, const std::string& name) {
+  return ctx->dataPath + name;
 }
 
-/// Copies the files of the blank database; those that bear its name get the new one.
-bool CopyBlankFiles(const std::string& from, const std::string& to, const std::string& oldStem,
-                    const std::string& newStem) {
+/// A parameter file without the directory is what a run leaves that was killed before its last step. One that
+/// leads elsewhere belongs to a database whose files lie there.
+bool Exists(const app::VelorAppContext* ctx, const std::string& name) {
   std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(from, error)) {
-    if (!entry.is_regular_file(error)) continue;
-    std::string name = entry.path().filename().string();
-    if (utils::StringUtils::StartsWith(name, oldStem + ".")) name.replace(0, oldStem.size(), newStem);
-    if (!fs::copy_file(entry.path(), fs::path(to) / name, error)) return false;
-  }
-  return !error;
+  if (fs::exists(fs::symlink_status(Target(ctx, name), error))) return true;
+  const std::string path = RecordPath(ctx, name);
+  return !path.empty() && path != Target(ctx, name) + "/" + name;
 }
 
-/// The companion of a blank full-text database, with its page texts.
-bool CopyCompanion(const std::string& from, const std::string& to, const std::string& blank,
-                   const std::string& name) {
-  const std::string source = from + blank + "--text";
-  if (!utils::PathUtil::IsDirectory(source)) return true;
+int FindSource(const app::VelorAppContext* ctx, const VelorNewDBContext& params, DatabaseSource* source,
+               std::ostream& out) {
+  const auto setting = [&](const char* key, const char* byDefault) {
+    return StringUtils::ToLower(ctx->mainIni->Get("Main", key, byDefault));
+  };
+  source->blank = setting("EmptyDBN", "BLANK");
+  source->templateDb =
+      params.templateDb.empty() ? setting("EtalonDBN", "ORYX") : StringUtils::ToLower(params.templateDb);
+  source->blankDirectory = TemplateDirectory(ctx, source->blank);
+  if (!params.isFree) source->templateDirectory = TemplateDirectory(ctx, source->templateDb);
+  if (source->blankDirectory.empty()) {
+    Say(out, "Blank database not found " + source->blank);
+    return velor_32::kNotFound;
+  }
+  if (!params.isFree && source->templateDirectory.empty()) {
+    Say(out, "Template database not found " + source->templateDb);
+    return velor_32::kNotFound;
+  }
+  return kOk;
+}
+
+/// Gives the finished directory its name, unless somebody else has it by now. File systems that cannot do
+/// both at once get the check before.
+bool GiveName(const std::string& from, const std::string& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   std::error_code error;
-  const std::string target = to + name + "--text";
-  return fs::create_directory(target, error) && CopyBlankFiles(source, target, "text", "text");
+  if (errno != EINVAL || fs::exists(fs::symlink_status(to, error))) return false;
+  return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
-/// What the blank database lacks is made empty; a master file without a control record gets one.
-int CompleteFiles(app::VelorAppContext* ctx, const std::string& path) {
-  for (const char* extension : {".mst", ".xrf", ".n01", ".l01", ".ifp"})
-    if (!utils::PathUtil::IsFile(path + extension) &&
-        !utils::TextUtil::FileWriteAllBytes(path + extension, ""))
-      return velor_32::kNoRecordFiles;
-  std::error_code error;
-  if (fs::file_size(path + ".mst", error) > 0 && !error) return kOk;
-  const velor_32::SpacePointer space(velor_32::Velorinit(ctx));
-  if (int rc = velor_32::Velorinitmst(space.get(), path.c_str(), 1); rc != kOk) return rc;
-  return velor_32::VelorDBEmpty(space.get());
-}
-
-/// How the parameter file names a directory: relative to the system directory where that leads back to it
-/// (relative paths are folded to lower case), otherwise in full.
-std::string ParameterPath(const app::VelorAppContext* ctx, const std::string& directory) {
-  if (!ctx->execDir.empty() && utils::StringUtils::StartsWith(directory, ctx->execDir)) {
-    std::string path = ".\\" + utils::StringUtils::ToUpper(directory.substr(ctx->execDir.size()));
-    for (char& c : path)
-      if (c == '/') c = '\\';
-    if (utils::StringUtils::ToLower(directory.substr(ctx->execDir.size())) ==
-        directory.substr(ctx->execDir.size()))
-      return path;
+/// A directory that is gone at the end of the scope, unless it was renamed.
+struct UnfinishedDirectory {
+  std::string path;
+  explicit UnfinishedDirectory(std::string newPath) : path(std::move(newPath)) {}
+  UnfinishedDirectory(const UnfinishedDirectory&) = delete;
+  UnfinishedDirectory& operator=(const UnfinishedDirectory&) = delete;
+  ~UnfinishedDirectory() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
   }
-  return directory;
+};
+
+void EnterInLists(const app::VelorAppContext* ctx, const std::string& name, const VelorNewDBContext& params,
+                  const DatabaseSource& source, std::ostream& out) {
+  if (IsReservedName(name)) return;
+  AddToDatabaseLists(ctx, name, params, out);
+  AddToWeb(ctx, {name, params.fullName, source.templateDb, MakesFullText(source)}, out);
 }
 
-/// Directory of the texts of a full-text database, with the separator of the path.
-std::string TextsPath(const std::string& path) {
-  const bool isRelative = path[0] == '.';
-  return path + (isRelative ? "TEXTS\\" : "texts/");
-}
-
-/// The parameter file: line 0 of the template's, if it has one, and a line for each kind of file.
-bool WriteParameterFile(const app::VelorAppContext* ctx, const std::string& templateDb,
-                        const std::string& name) {
-  velor_01::TStringList lines;
-  velor_01::TStringList old;
-  if (old.LoadFromFile((ctx->dataPath + templateDb + ".par").c_str()))
-    for (int i = 0; i < old.GetCount(); ++i)
-      if (utils::StringUtils::StartsWith(old.Get(i), "0=")) lines.Add(old.Get(i));
-  const std::string path = ParameterPath(ctx, ctx->dataPath + name + "/");
-  for (int n = 1; n <= kParameterLines; ++n) lines.Add((std::to_string(n) + "=" + path).c_str());
-  if (utils::PathUtil::IsDirectory(ctx->dataPath + name + "/" + name + "--text"))
-    lines.Add((std::to_string(kParameterLines + 1) + "=" + TextsPath(path)).c_str());
-  return lines.SaveToFile((ctx->dataPath + name + ".par").c_str());
-}
-
-std::string ListFile(const app::VelorAppContext* ctx, const VelorNewDBContext& params) {
-  const char* key = params.isReader ? "DBNNAMECAT2" : params.isReaderWeb ? "DBNNAMECAT3" : "DBNNAMECAT";
-  const char* name = params.isReader ? "dbnam2.mnu" : params.isReaderWeb ? "dbnam3.mnu" : "dbnam1.mnu";
-  return ctx->depositPath + ctx->mainIni->Get("Main", key, name);
-}
-
-/// Lines of a list that name databases stand at even places, each followed by a description; a line of
-/// asterisks may end the list. A name that is listed already gets the new description.
-bool AddToList(const std::string& file, const std::string& name, const std::string& fullName) {
-  velor_01::TStringList lines;
-  lines.LoadFromFile(file.c_str());
-  if (utils::StringUtils::EndsWith(utils::StringUtils::ToLower(file), ".tre")) {
-    lines.Add((name + " - " + fullName).c_str());
-    return lines.SaveToFile(file.c_str());
-  }
-  int place = 0;
-  for (; place + 1 < lines.GetCount(); place += 2) {
-    if (std::string_view(lines.Get(place)) == kListEnd) break;
-    if (!utils::StringUtils::EqualsNoCase(lines.Get(place), name)) continue;
-    lines.Put(place + 1, fullName.c_str());
-    return lines.SaveToFile(file.c_str());
-  }
-  const bool hasEnd = place < lines.GetCount() && std::string_view(lines.Get(place)) == kListEnd;
-  if (!hasEnd) place = lines.GetCount();
-  lines.Insert(place, name.c_str());
-  lines.Insert(place + 1, fullName.c_str());
-  return lines.SaveToFile(file.c_str());
-}
-
-void Say(std::ostream& out, const std::string& text) {
-  out << text << std::endl;
-  LogTool(text);
-}
-
-/// The files of the database itself.
-int MakeFiles(app::VelorAppContext* ctx, const std::string& blank, const std::string& name) {
-  const std::string from = ctx->dataPath + blank + "/";
-  const std::string to = ctx->dataPath + name + "/";
-  if (!CopyBlankFiles(from, to, blank, name) || !CopyCompanion(from, to, blank, name))
+/// All steps but the last one can be done again, so a run that was killed hinders nobody.
+int MakeDatabase(app::VelorAppContext* ctx, const std::string& name, const VelorNewDBContext& params,
+                 const DatabaseSource& source, std::ostream& out) {
+  const UnfinishedDirectory unfinished(HiddenDirectory(ctx, name));
+  if (::mkdir(unfinished.path.c_str(), kDirectoryRights) != 0) {
+    Say(out, "Cannot create directory " + Target(ctx, name));
     return velor_32::kNoRecordFiles;
-  if (!utils::TextUtil::FileWriteAllBytes(to + "brief.pft", kBriefFormat)) return velor_32::kNoRecordFiles;
-  return CompleteFiles(ctx, to + name);
-}
-
-/// What a failed run made would keep the next one from trying again.
-void RemoveHalfMade(const app::VelorAppContext* ctx, const std::string& name) {
-  std::error_code ignored;
-  fs::remove(ctx->dataPath + name + ".par", ignored);
-  fs::remove_all(ctx->dataPath + name, ignored);
+  }
+  if (int rc = MakeDatabaseFiles(ctx, source, unfinished.path + "/", name); rc != kOk) return rc;
+  if (!WriteParameterFile(ctx, source.templateDb, name, MakesFullText(source)))
+    return velor_32::kNoRecordFiles;
+  EnterInLists(ctx, name, params, source, out);
+  return GiveName(unfinished.path, Target(ctx, name)) ? kOk : velor_32::kNoRecordFiles;
 }
 
 }  // namespace
 
 int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewDBContext& params,
                std::ostream& out) {
-  const auto setting = [&](const char* key, const char* value) {
-    return utils::StringUtils::ToLower(ctx->mainIni->Get("Main", key, value));
-  };
-  const std::string blank = setting("EmptyDBN", "BLANK");
-  const std::string templateDb = params.templateDb.empty() ? setting("EtalonDBN", "ORYX")
-                                                           : utils::StringUtils::ToLower(params.templateDb);
   Say(out, "NewDB " + db);
-  const std::string name = utils::StringUtils::ToLower(db);
+  const std::string name = StringUtils::ToLower(db);
   if (!IsUsableName(name)) {
     Say(out, "Incorrect database name " + db);
     return velor_32::kBadArgument;
   }
-  if (utils::PathUtil::IsFile(ctx->dataPath + name + ".par")) {  // its files may lie anywhere
+  if (Exists(ctx, name)) {
     Say(out, "DB already created");
     return kOk;
   }
-  if (!utils::PathUtil::IsDirectory(ctx->dataPath + blank)) {
-    Say(out, "Blank database not found " + blank);
-    return velor_32::kNotFound;
-  }
-  if (::mkdir((ctx->dataPath + name).c_str(), 0775) != 0) {
-    Say(out, errno == EEXIST ? "DB already created" : "Cannot create directory " + ctx->dataPath + name);
-    return errno == EEXIST ? kOk : velor_32::kNoRecordFiles;
-  }
+  DatabaseSource source;
+  if (int rc = FindSource(ctx, params, &source, out); rc != kOk) return rc;
 
-  int rc = MakeFiles(ctx, blank, name);
-  if (rc == kOk && !WriteParameterFile(ctx, templateDb, name)) rc = velor_32::kNoRecordFiles;
-  if (rc != kOk) RemoveHalfMade(ctx, name);
-  const std::string list = ListFile(ctx, params);
-  if (rc == kOk && !AddToList(list, name, params.fullName.empty() ? name : params.fullName))
-    Say(out, "No access to file " + list);
-  if (rc == kOk && !ctx->mainIni->Get("MAIN", "WEBVELOR", "").empty())
-    Say(out, "newdb web lists: not built yet");
-  if (rc == kOk) {
-    out << "Done" << std::endl;
-  } else {
-    out << "Error " << rc << std::endl;
-  }
-  LogTool("NewDB " + name + (rc == kOk ? " done" : " error " + std::to_string(rc)));
-  return rc;
+  return ReportOutcome("NewDB " + name, MakeDatabase(ctx, name, params, source, out), out);
 }
 
 }  // namespace velor_server_proc

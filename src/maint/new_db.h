@@ -11,10 +11,12 @@ struct VelorAppContext;
 
 namespace velor_server_proc {
 
-/// Makes a new database: its directory with the files of the blank database under the new name, its parameter
-/// file, and its two lines in a database list. An existing directory or parameter file of that name is left
-/// alone. Progress goes to `out`. Only the free kind, without files of a template, is made here. Result 0;
-/// -404 when there is no blank database; -400 when a file cannot be made.
+/// Makes a new database: the record files of the empty database and the other files of a template under the
+/// new name, a parameter file, the lines in the database lists, and, where there is a web front end, the
+/// entries there. An existing directory of that name, or a parameter file that leads elsewhere, is left
+/// alone. Takes no lock; the directory appears whole, as the last step. Progress goes to `out` and the log.
+/// Result 0, also when the database is there already; -200 for a name that no database can have, -404 without
+/// the empty database or the template, -400 when a file cannot be made.
 int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewDBContext& params,
                std::ostream& out);
 

@@ -41,7 +41,9 @@ std::string GetDirectory(const app::VelorAppContext* ctx, std::string_view key, 
 
 void velor_MainIni_Init(app::VelorAppContext* ctx, const std::string& path) {
   ctx->mainIni.reset();
-  if (!PathUtil::IsFile(path)) return;
+  // One that is there and cannot be read is none: with the defaults a tool would work on other databases.
+  std::string text;
+  if (!utils::TextUtil::FileReadAllBytes(path, text)) return;
 
   const std::string includeBase =
       ctx->execDir.empty() ? PathUtil::GetDirectoryName(PathUtil::GetExePathA()) : ctx->execDir;

@@ -10,8 +10,9 @@
 namespace fmt_64 {
 
 /// Reads the main INI file and the settings kept in the context itself (MAXREPEAT, GUID_OPTION, ...).
-/// An earlier main INI file is released first; when `path` is no file, mainIni stays null and the settings
-/// stay. Includes are looked for in the system directory, or beside the executable while that is unset.
+/// An earlier main INI file is released first; when `path` is no file that can be read, mainIni stays null
+/// and the settings stay. Includes are looked for in the system directory, or beside the executable while
+/// that is unset.
 void velor_MainIni_Init(app::VelorAppContext* ctx, const std::string& path);
 
 /// Store one directory, with a "/" added when the text ends in neither "/" nor "\"; an empty text unsets it.
@@ -26,7 +27,7 @@ std::string GetDepositPath(const app::VelorAppContext* ctx);
 
 /// The same directories read from the INI file anew: backslashes become slashes, and a relative path is
 /// folded to lower case and put behind `base` (backup::CorPath). Without a Datapath the data directory is
-/// base + "datai/"; the other two are "" when the INI file does not name them.
+/// base + "datai/"; without the other two keys they are base + "workdir/" and base + "datai/deposit/".
 std::string GetDataPath(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetWorkDir(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetDepositPath(const app::VelorAppContext* ctx, std::string_view base);

@@ -1,5 +1,7 @@
 #include "storage/database_mutex.h"
 
+#include <algorithm>
+
 #include "storage/crash_repair.h"
 #include "storage/process.h"
 #include "utils/log_util.h"
@@ -7,8 +9,19 @@
 
 namespace velor_32 {
 
+namespace {
+
+/// Prefix, kind and database. A shared memory object has no "/" in its name.
+std::string MutexName(const char* kind, std::string_view databaseName) {
+  std::string name(app::AppPrefixText());
+  std::replace(name.begin(), name.end(), '/', '_');
+  return name + kind + utils::StringUtils::ToUpper(databaseName);
+}
+
+}  // namespace
+
 std::string DatabaseMutexName(std::string_view databaseName) {
-  return std::string(app::AppPrefixText()) + "VELOR64_MUTEX" + utils::StringUtils::ToUpper(databaseName);
+  return MutexName("VELOR64_MUTEX", databaseName);
 }
 
 std::string DatabaseMutexName(const TVelorSpace* space) {
@@ -16,7 +29,7 @@ std::string DatabaseMutexName(const TVelorSpace* space) {
 }
 
 std::string FullTextMutexPrefix(std::string_view databaseName) {
-  return std::string(app::AppPrefixText()) + "VELOR64_FT_MUTEX" + utils::StringUtils::ToUpper(databaseName);
+  return MutexName("VELOR64_FT_MUTEX", databaseName);
 }
 
 DatabaseMutexHold::DatabaseMutexHold(TVelorSpace* space, int timeoutSeconds) {

@@ -41,7 +41,7 @@ namespace velor_server_proc {
 [[nodiscard]] velor_01::TVelorSpace* VelorOpenDb(app::VelorAppContext* ctx, const std::string& database,
                                                  std::ostream& out, int* result);
 
-/// The log lines of the procedures begin with the application prefix.
+/// A line in the log of the tools, whose name bears the application prefix.
 void LogTool(std::string_view message);
 
 }  // namespace velor_server_proc

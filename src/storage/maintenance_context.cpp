@@ -26,6 +26,7 @@ void ReadIni(const utils::IniFile& ini, VelorAContext& context) {
   if (MainNumber(*context.app, "REPORT_PROGRESS", 0) > 0) context.reportProgress = true;
   context.dataPathRaw = ini.Get("Main", "Datapath", "");
   context.dataPath = fmt_64::GetDataPath(context.app, fmt_64::GetExecDir(context.app));
+  if (!context.dataPath.ends_with('/')) context.dataPath += '/';
 }
 
 }  // namespace

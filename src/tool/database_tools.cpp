@@ -1,9 +1,11 @@
 #include <iostream>
 
+#include "maint/drop_db.h"
 #include "maint/empty_db.h"
 #include "maint/lock_db.h"
 #include "maint/new_db.h"
 #include "maint/unlock_mfn.h"
+#include "maint/web_lists.h"
 #include "tool/mfn_selection.h"
 #include "tool/option_scan.h"
 #include "tool/run.h"
@@ -51,25 +53,29 @@ int main_newdb(int argc, char** argv) {
   NewDbOptions options;
   ScanOptions<NewDbOptions>(argc, argv, kNewDbRows, &options);
   if (options.database.empty()) return RefuseCommandLine("newdb");
-  if (!options.isFree) return ReportNotBuilt("newdb");
   return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
     velor_server_proc::VelorNewDB(ctx, options.database, options, std::cout);
   });
 }
 
 int main_dropdb(int argc, char** argv) {
-  return RunDatabaseTool({"dropdb", nullptr}, argc, argv);
+  const auto dropDb = [](app::VelorAppContext* ctx, const std::string& db, std::ostream& out) {
+    return velor_server_proc::VelorDeleteDB(ctx, db, out);
+  };
+  return RunDatabaseTool({"dropdb", dropDb}, argc, argv);
 }
 
 int main_webadddb(int argc, char** argv) {
   WebAddDbOptions options;
   ScanOptions<WebAddDbOptions>(argc, argv, kWebAddDbRows, &options);
   if (options.database.empty()) return RefuseCommandLine("webadddb");
-  return ReportNotBuilt("webadddb");
+  return RunProcedure(argc, argv, Timing::kNotPrinted, [&](app::VelorAppContext* ctx) {
+    velor_server_proc::VelorWebAddDB(ctx, options.database, options.fullName, std::cout);
+  });
 }
 
 int main_webdeldb(int argc, char** argv) {
-  return RunDatabaseTool({"webdeldb", nullptr}, argc, argv);
+  return RunDatabaseTool({"webdeldb", velor_server_proc::VelorWebDelDB}, argc, argv);
 }
 
 int main_lockdb(int argc, char** argv) {
@@ -100,7 +106,7 @@ int main_emptydb(int argc, char** argv) {
 }
 
 int main_emptyftdb(int argc, char** argv) {
-  return RunDatabaseTool({"emptyftdb", nullptr}, argc, argv);
+  return RunDatabaseTool({"emptyftdb", velor_server_proc::VelorEmptyFTDB}, argc, argv);
 }
 
 }  // namespace tool

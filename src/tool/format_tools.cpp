@@ -1,4 +1,5 @@
 #include <iostream>
+#include <new>
 
 #include "format/fst2ifs.h"
 #include "format/print_file.h"
@@ -86,7 +87,11 @@ int main_fmtprint(int argc, char** argv) {
   FormatPrintOptions options;
   ScanOptions<FormatPrintOptions>(argc, argv, kFormatPrintRows, &options);
   if (options.input.empty() || options.output.empty()) return RefuseCommandLine("fmtprint");
-  xpft::XpftPrintFile(options.input, options.output, options.isPretty, std::cout);
+  try {
+    xpft::XpftPrintFile(options.input, options.output, options.isPretty, std::cout);
+  } catch (const std::bad_alloc&) {
+    std::cout << "no memory for " << options.input << std::endl;
+  }
   return 0;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <new>
 #include <string_view>
 
 #include "storage/app_paths.h"
@@ -106,17 +107,8 @@ Directories ReadDirectories(const utils::IniFile& ini, const std::string& baseDi
   return dirs;
 }
 
-}  // namespace
-
-app::VelorAppContext* init_app(std::string iniPath, int argc, char** argv) {
-  FrameOptions options;
-  options.iniPath = std::move(iniPath);
-  ReadFrameOptions(argc, argv, options);
-
-  const std::string baseDir = PathUtil::GetDirectoryName(PathUtil::GetExePathA());
-  const std::string path = ResolveIniPath(options.iniPath, baseDir);
-  if (!PathUtil::IsFile(path)) EndRun("ini file not found: " + path);
-
+app::VelorAppContext* MakeContext(const std::string& path, const std::string& baseDir,
+                                  const FrameOptions& options) {
   app::VelorAppContext* ctx = app::velor_app_init();
   if (ctx == nullptr) EndRun("app init failure");
   fmt_64::velor_MainIni_Init(ctx, path);
@@ -129,6 +121,24 @@ app::VelorAppContext* init_app(std::string iniPath, int argc, char** argv) {
   fmt_64::velor_enable_xpft(ctx, options.xpftEnabled, options.cacheOption);
   if (!options.prefix.empty()) app::SetAppPrefix(options.prefix);
   return ctx;
+}
+
+}  // namespace
+
+app::VelorAppContext* init_app(std::string iniPath, int argc, char** argv) {
+  FrameOptions options;
+  options.iniPath = std::move(iniPath);
+  ReadFrameOptions(argc, argv, options);
+
+  const std::string baseDir = PathUtil::GetDirectoryName(PathUtil::GetExePathA());
+  const std::string path = ResolveIniPath(options.iniPath, baseDir);
+  if (!PathUtil::IsFile(path)) EndRun("ini file not found: " + path);
+
+  try {
+    return MakeContext(path, baseDir, options);
+  } catch (const std::bad_alloc&) {
+    EndRun("app init failure");
+  }
 }
 
 }  // namespace tool

@@ -68,7 +68,9 @@ TEST(ScanFormatTest, Marks) {
       {"if v1 then '1'fi", "if v1 then '1'fi"}, {"!IF v1 then '1' fi", "IF v1 then '1' fi"},
       {"??p(v1)", "(IF ?p(v1) then '1' FI)"},
   };
-  for (const auto& row : rows) EXPECT_EQ(velora::ScanFormat(row.expression), row.format) << row.expression;
+  for (const auto& row : rows)
+    EXPECT_EQ(velora::ScanFormat(row.expression, "?!|"), row.format) << row.expression;
+  EXPECT_EQ(velora::ScanFormat("|a|v200"), "(IF |a|v200 then '1' FI)") << "no mark of a correction";
 }
 
 class FilterTest : public testing::Test, public test::FormatInstallation {

@@ -311,6 +311,15 @@ TEST_F(ImportExportTest, MarcMode) {
                                   "aY"}},
                                 "nam a", " i "))
       << "a short leader field overwrites that much only";
+  EXPECT_EQ(Export({.fst = "marc", .mfnFrom = 3}),
+            "#200: \x1F"
+            "aY\r\n*****\r\n")
+      << "the leader field is no part of a text";
+  Import(
+      "#200: \x1F"
+      "aZ\n*****\n",
+      {.fst = "marc"});
+  EXPECT_EQ(Export({.mfnFrom = 4}), "#200: ^aZ\r\n*****\r\n") << "a text has the same marks";
 }
 
 TEST_F(ImportExportTest, ARecordTooBigForIsoIsNamed) {

@@ -182,14 +182,16 @@ TEST_F(Maintenance, CleansTheMutexesOfItsDatabaseOnly) {
   const std::string stem = prefix_ + "VELOR64_FT_MUTEX";
   const std::string mine = stem + "BLANK{11111111-0000-0000-0000-000000000000}";
   const std::string other = stem + "ORYX{11111111-0000-0000-0000-000000000000}";
+  const std::string longer = stem + "BLANK2{11111111-0000-0000-0000-000000000000}";
   const std::string foreign = "x" + mine;
-  for (const std::string& name : {mine, other, foreign})
+  for (const std::string& name : {mine, other, longer, foreign})
     close(shm_open(name.c_str(), O_RDWR | O_CREAT, 0600));
 
   EXPECT_EQ(VelorCleanRecordMutexes(ctx_, "blank", out_), 0);
   EXPECT_EQ(Printed(), "CleanMtx\nDone\n");
   EXPECT_EQ(shm_unlink(mine.c_str()), -1);
   EXPECT_EQ(shm_unlink(other.c_str()), 0);
+  EXPECT_EQ(shm_unlink(longer.c_str()), 0);
   EXPECT_EQ(shm_unlink(foreign.c_str()), 0);
   const velor_32::SpacePointer space = Open();
   EXPECT_EQ(velor_32::VelorIsDBLocked(space.get()), 0) << "the lock of the clean-up is gone";

@@ -50,6 +50,12 @@ class GlobalFaultsTest : public testing::Test, public test::ProgramDir {
     return {"global", "-d", "test", "-f", task, "-u", "-lf", report, "-pref", prefix_};
   }
 
+  /// Waits, 20 seconds at most, until the report has this.
+  void AwaitReport(const std::string& text) const {
+    for (int tries = 0; tries < 2000 && Read("report.txt").find(text) == std::string::npos; ++tries)
+      ::usleep(10000);
+  }
+
   /// How often each record was written, by the lines of a report.
   std::map<int, int> Successes(const std::string& report) const { return Lines(report, "success: "); }
   std::map<int, int> Lines(const std::string& report, const std::string& mark) const {
@@ -144,8 +150,9 @@ TEST_F(GlobalFaultsTest, ASignalEndsTheRunBetweenTwoRecords) {
   for (const char* task : {"count.gbl", "endless.gbl"}) {
     SCOPED_TRACE(task);
     const std::vector<int> before = Values(2);
+    ::unlink(File("report.txt").c_str());
     const pid_t child = Start(Words(task, "report.txt"));
-    ::usleep(200000);
+    AwaitReport("MFN 4\r\n");
     ::kill(child, SIGTERM);
     EXPECT_EQ(Wait(child), 0);
     EXPECT_NE(Read(".stdout").find("Process stop\n"), std::string::npos);
