@@ -63,14 +63,14 @@ int RawRecord::Read(TVelorSpace* space, int mfn) {
 int RawRecord::ReadDirectory(std::int64_t got) {
   const bool lacksLength = leader_.length < 1 && leader_.base >= 1 && leader_.nvf > 0;
   const std::int64_t room = backup::_llseek(mstFile_, 0, SEEK_END) - offset_;
-  const std::int64_t end = kLeaderSize + std::int64_t{kEntrySize} * std::max(leader_.nvf, 0);
+  const std::int64_t end = kLeaderSize + std::int64_t{kEntrySize} * leader_.nvf;
   if (leader_.length > room) return velor_32::kDamaged;
-  if (end > (lacksLength ? room : leader_.length)) return velor_32::kOk;  // no directory
+  if (leader_.nvf <= 0 || end > (lacksLength ? room : leader_.length)) return velor_32::kOk;  // no directory
   if (end > got) {
     head_.resize(static_cast<std::size_t>(end));
     if (!utils::ReadAt(mstFile_, offset_, head_.data(), head_.size())) return velor_32::kDamaged;
   }
-  directory_.resize(static_cast<std::size_t>(std::max(leader_.nvf, 0)));
+  directory_.resize(static_cast<std::size_t>(leader_.nvf));
   std::memcpy(directory_.data(), head_.data() + kLeaderSize, directory_.size() * sizeof(TDirEntry));
   backup::ntoh_words(directory_.data(), directory_.size() * sizeof(TDirEntry) / 4);
   if (!lacksLength) return velor_32::kOk;
