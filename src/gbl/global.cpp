@@ -15,6 +15,7 @@
 #include "storage/database_open.h"
 #include "storage/maintenance_context.h"
 #include "storage/master_file.h"
+#include "storage/opened_database.h"
 #include "storage/record_lock.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
@@ -204,14 +205,7 @@ void Global::Report(TVelorSpace* space, int slot, int result, const std::string&
 
 int Global::Finish() {
   if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
-  if (result_ != kOk) {
-    out_ << "Error " << result_ << std::endl;
-    LogTool("Global " + database_ + " error " + std::to_string(result_));
-  } else {
-    out_ << "Done" << std::endl;
-    LogTool("Global " + database_ + " done");
-  }
-  return result_;
+  return ReportOutcome("Global " + database_, result_, out_);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "storage/bulk_writer.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 #include "storage/record_lock.h"
 #include "storage/record_read.h"
 #include "storage/record_status.h"
@@ -43,7 +44,6 @@ class ActualIf {
   int StoreAnew(int mfn);
   int Actualize();
   void Tell(const std::string& line);
-  int Finish(int rc);
 
   app::VelorAppContext* app_;
   std::string db_;
@@ -145,17 +145,6 @@ int ActualIf::Actualize() {
   return velora::ActualizeList(maintenance_.get(), db_, &records_, &fullTexts_, work_);
 }
 
-int ActualIf::Finish(int rc) {
-  if (rc == kOk) {
-    out_ << "Done" << std::endl;
-    LogTool("ActualIf " + db_ + " done");
-  } else {
-    out_ << "Error " << rc << std::endl;
-    LogTool("ActualIf " + db_ + " error " + std::to_string(rc));
-  }
-  return rc;
-}
-
 int ActualIf::Run(int mfnFrom, int mfnTo, const std::string& listFile) {
   out_ << "ActualIf" << std::endl;
   if (int rc = Open(); rc != kOk) return rc;
@@ -165,9 +154,9 @@ int ActualIf::Run(int mfnFrom, int mfnTo, const std::string& listFile) {
   } else if (hasRange) {
     CollectRange(mfnFrom, mfnTo);
   } else if (int rc = CollectByStatus(); rc != kOk) {
-    return Finish(rc);
+    return ReportOutcome("ActualIf " + db_, rc, out_);
   }
-  return Finish(Actualize());
+  return ReportOutcome("ActualIf " + db_, Actualize(), out_);
 }
 
 }  // namespace

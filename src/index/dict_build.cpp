@@ -13,7 +13,7 @@
 #include "index/term_recording.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
-#include "storage/maintenance_context.h"
+#include "storage/opened_database.h"
 #include "utils/path_util.h"
 #include "utils/string_utils.h"
 
@@ -34,16 +34,12 @@ struct Side {
 class Build {
  public:
   Build(app::VelorAppContext* ctx, const std::string& db, DictOption::Type option, std::ostream& out)
-      : out_(out), name_(utils::StringUtils::ToLower(db)), option_(option) {
-    space_.reset(VelorOpenDb(ctx, name_, out, &result_));
-    if (space_ == nullptr) return;
-    settings_.reset(velora::VelorA_init(ctx));
-    if (settings_ == nullptr) result_ = velor_32::kNoMemory;
-    if (result_ == kOk) ChooseSides();
+      : out_(out), database_(ctx, db, out), option_(option) {
+    if (database_.isReady()) ChooseSides();
   }
 
   int CreateDict() {
-    if (result_ != kOk) return result_;
+    if (!database_.isReady()) return database_.result();
     Tell("LoadIfComplete");
     TellSides();
     TellRecording();
@@ -53,23 +49,23 @@ class Build {
   }
 
   int RecordTerms() {
-    if (result_ != kOk) return result_;
+    if (!database_.isReady()) return database_.result();
     TellSides();
     TellRecording();
-    const int rc = velora::VelorRecTerms(settings_.get(), space_.get(), 0, Job());
+    const int rc = velora::VelorRecTerms(database_.settings(), database_.space(), 0, Job());
     out_ << "result " << rc << '\n';
     return Report("Recording terms", rc);
   }
 
   int SortTerms() {
-    if (result_ != kOk) return result_;
+    if (!database_.isReady()) return database_.result();
     TellSides();
     return OnPresentFiles(
         "Ln1", ".ln1", "Sorting terms", [this](const Side& side) { return Sort(side); }, [] { return kOk; });
   }
 
   int LoadDict() {
-    if (result_ != kOk) return result_;
+    if (!database_.isReady()) return database_.result();
     TellSides();
     return OnPresentFiles(
         "Lk1", ".lk1", "Loading dictionary", [this](const Side& side) { return Load(side); },
@@ -77,34 +73,34 @@ class Build {
   }
 
  private:
-  [[nodiscard]] bool hasFullText() const { return space_->isFullText; }
+  [[nodiscard]] bool hasFullText() const { return database_.space()->isFullText; }
 
   void ChooseSides() {
     if (option_ != DictOption::kFullTextOnly || !hasFullText())
-      sides_.push_back({space_.get(), hasFullText() ? " catalog" : ""});
-    if (option_ != DictOption::kCatalogOnly && space_->textSpace != nullptr)
-      sides_.push_back({space_->textSpace, " fulltext"});
+      sides_.push_back({database_.space(), hasFullText() ? " catalog" : ""});
+    if (option_ != DictOption::kCatalogOnly && database_.space()->textSpace != nullptr)
+      sides_.push_back({database_.space()->textSpace, " fulltext"});
   }
 
   [[nodiscard]] bool isCatalogOnly() const { return hasFullText() && option_ == DictOption::kCatalogOnly; }
 
   /// The options choose nothing in a database of one side.
   [[nodiscard]] velora::RecordingJob Job() const {
-    return velora::JobFor(space_.get(), isCatalogOnly(),
+    return velora::JobFor(database_.space(), isCatalogOnly(),
                           hasFullText() && option_ == DictOption::kFullTextOnly);
   }
 
   /// A line on the output; the log gets the name of the database behind it.
   void Tell(const std::string& text) const {
     out_ << text << std::endl;
-    LogTool(text + " " + name_);
+    LogTool(text + " " + database_.name());
   }
 
   void TellSides() const {
     if (!hasFullText()) return;
     if (option_ != DictOption::kFullTextOnly) out_ << "Catalog database\n";
     if (option_ == DictOption::kCatalogOnly) return;
-    if (space_->textSpace != nullptr) {
+    if (database_.space()->textSpace != nullptr) {
       out_ << "Embedded fulltext database\n";
     } else {
       Tell("Warning: embedded fulltext database not open");
@@ -113,25 +109,25 @@ class Build {
 
   void TellRecording() const {
     out_ << "Recording terms" << (isCatalogOnly() ? " catalog only" : "") << std::endl;
-    LogTool("Recording terms " + name_);
+    LogTool("Recording terms " + database_.name());
   }
 
   int Sort(const Side& side) {
     Tell(std::string("Sorting terms") + side.title);
     const std::string& stem = side.space->termPath;
-    return velora::VelorLnkSort(settings_.get(), stem, stem, {name_, side.space->isFullText});
+    return velora::VelorLnkSort(database_.settings(), stem, stem, {database_.name(), side.space->isFullText});
   }
 
   int Load(const Side& side) {
     Tell(std::string("Loading dictionary") + side.title);
-    return velora::LoadDictionary(settings_.get(), side.space, side.space->termPath, true, false);
+    return velora::LoadDictionary(database_.settings(), side.space, side.space->termPath, true, false);
   }
 
   /// The stages of a whole build, under one lock.
   int BuildLocked() {
-    const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
+    const velora::BuildLock lock(database_.space(), database_.relayRecTime());
     int rc = lock.result();
-    if (rc == kOk) rc = velora::RecordAllTerms(settings_.get(), space_.get(), 0, Job());
+    if (rc == kOk) rc = velora::RecordAllTerms(database_.settings(), database_.space(), 0, Job());
     out_ << "result " << rc << '\n';
     for (const Side& side : sides_)
       if (rc == kOk) rc = Sort(side);
@@ -143,8 +139,8 @@ class Build {
 
   /// Of a catalogue whose dictionary is new; the lock is free.
   int RenewCells() {
-    const bool isCatalogNew = !sides_.empty() && sides_.front().space == space_.get();
-    return isCatalogNew ? velora::RenewCells(settings_.get(), space_.get()) : kOk;
+    const bool isCatalogNew = !sides_.empty() && sides_.front().space == database_.space();
+    return isCatalogNew ? velora::RenewCells(database_.settings(), database_.space()) : kOk;
   }
 
   /// Runs a stage on each side whose input is there, while no other one works on the files of the build, and
@@ -155,7 +151,7 @@ class Build {
     bool isRun = false;
     int rc = kOk;
     {
-      const velora::BuildLock lock(space_.get(), settings_->relayRecTime);
+      const velora::BuildLock lock(database_.space(), database_.relayRecTime());
       if (lock.result() != kOk) return Report(subject, lock.result());
       for (const Side& side : sides_) {
         if (!utils::PathUtil::IsFile(side.space->termPath + extension)) {
@@ -176,22 +172,12 @@ class Build {
   }
 
   int Report(const std::string& subject, int rc) const {
-    if (rc == kOk) {
-      out_ << "Done\n";
-      LogTool(subject + " " + name_ + " done");
-    } else {
-      out_ << "Error " << rc << '\n';
-      LogTool(subject + " " + name_ + " error " + std::to_string(rc));
-    }
-    return rc;
+    return ReportOutcome(subject + " " + database_.name(), rc, out_);
   }
 
   std::ostream& out_;
-  const std::string name_;
+  const OpenedDatabase database_;
   const DictOption::Type option_;
-  int result_ = kOk;
-  velor_32::SpacePointer space_;
-  std::unique_ptr<velora::VelorAContext, velora::VelorACloser> settings_;
   std::vector<Side> sides_;
 };
 

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
 #include "storage/database_mutex.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "utils/output_file.h"
 
 // What the diagnostic tools share: the frame around them, and their reports.

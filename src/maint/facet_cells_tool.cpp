@@ -3,7 +3,7 @@
 #include <ostream>
 
 #include "index/facet_cells.h"
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "storage/database_open.h"
 
 namespace velor_server_proc {

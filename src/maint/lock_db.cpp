@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "storage/database_lock.h"
 #include "storage/database_open.h"
 

@@ -12,7 +12,7 @@
 #include "maint/database_files.h"
 #include "maint/database_lists.h"
 #include "maint/database_names.h"
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "maint/parameter_file.h"
 #include "maint/web_lists.h"
 #include "storage/codes.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 #include "storage/database_open.h"
 #include "storage/record_lock.h"
 #include "storage/record_read.h"

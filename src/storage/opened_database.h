@@ -7,7 +7,7 @@
 #include "storage/maintenance_context.h"
 #include "storage/velor_space.h"
 
-// What the procedures on one database begin and end with.
+// What the procedures of the tools on one database begin and end with.
 
 namespace velor_server_proc {
 

@@ -1,4 +1,4 @@
-#include "maint/database_tool.h"
+#include "storage/opened_database.h"
 
 #include <ostream>
 
