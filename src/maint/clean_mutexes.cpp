@@ -9,11 +9,11 @@
 #include <string_view>
 #include <vector>
 
-#include "storage/opened_database.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
 #include "storage/database_mutex.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 
 namespace velor_server_proc {
 namespace {

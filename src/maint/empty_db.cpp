@@ -2,10 +2,10 @@
 
 #include <ostream>
 
-#include "storage/opened_database.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 #include "storage/record_read.h"
 #include "storage/record_update.h"
 #include "storage/xrf_info.h"

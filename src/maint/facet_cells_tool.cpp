@@ -3,8 +3,8 @@
 #include <ostream>
 
 #include "index/facet_cells.h"
-#include "storage/opened_database.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 
 namespace velor_server_proc {
 

@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "storage/opened_database.h"
 #include "storage/database_lock.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 
 namespace velor_server_proc {
 namespace {

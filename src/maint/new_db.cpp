@@ -12,10 +12,10 @@
 #include "maint/database_files.h"
 #include "maint/database_lists.h"
 #include "maint/database_names.h"
-#include "storage/opened_database.h"
 #include "maint/parameter_file.h"
 #include "maint/web_lists.h"
 #include "storage/codes.h"
+#include "storage/opened_database.h"
 #include "utils/string_utils.h"
 
 namespace velor_server_proc {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <ostream>
 
-#include "storage/opened_database.h"
 #include "storage/database_open.h"
+#include "storage/opened_database.h"
 #include "storage/record_lock.h"
 #include "storage/record_read.h"
 #include "storage/xrf_info.h"
