@@ -38,7 +38,7 @@ constexpr const char* kTemplateMasks[] = {
 
 /// Files that bear the name of the template and get the name of the database. The tables and words of the
 /// index are among them: they are looked for under that name.
-constexpr const char* kNamedExtensions[] = {
+constexpr std::string_view kNamedExtensions[] = {
     ".pft", ".stw", ".sch", ".ws", ".ini", ".ifs", ".cells", ".fst",
 };
 
@@ -63,9 +63,11 @@ bool CopyTemplate(const std::string& from, const std::string& stem, const std::s
                   const std::string& newStem) {
   for (const char* mask : kTemplateMasks)
     if (!MyCopyFile(from + mask, to)) return false;
-  for (const char* extension : kNamedExtensions)
-    if (!MyCopyFile(from + stem + extension, to) || !Rename(to, stem + extension, newStem + extension))
+  for (const std::string_view extension : kNamedExtensions) {
+    const std::string file = std::string(stem).append(extension);
+    if (!MyCopyFile(from + file, to) || !Rename(to, file, std::string(newStem).append(extension)))
       return false;
+  }
   return true;
 }
 
@@ -146,6 +148,10 @@ bool MakesFullText(const DatabaseSource& source) {
   };
   return hasPages(source.blankDirectory, source.blank) ||
          (!source.templateDirectory.empty() && hasPages(source.templateDirectory, source.templateDb));
+}
+
+bool IsNamedExtension(std::string_view extension) {
+  return std::ranges::find(kNamedExtensions, extension) != std::end(kNamedExtensions);
 }
 
 int MakeDatabaseFiles(app::VelorAppContext* ctx, const DatabaseSource& source, const std::string& directory,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "storage/app_context.h"
 
@@ -31,6 +32,10 @@ struct DatabaseSource {
 
 /// The template or the empty database has page texts, so the new one does.
 [[nodiscard]] bool MakesFullText(const DatabaseSource& source);
+
+/// Whether files of a template with this extension, the dot included, that bear its name get the name of the
+/// database: they are looked for under it.
+[[nodiscard]] bool IsNamedExtension(std::string_view extension);
 
 /// Fills a directory with the files of a new database `name`. Result 0, -400 when one cannot be made.
 int MakeDatabaseFiles(app::VelorAppContext* ctx, const DatabaseSource& source, const std::string& directory,

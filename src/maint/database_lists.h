@@ -7,6 +7,7 @@
 #include "storage/app_context.h"
 
 /// The database menus of the server: plain lists in the deposit directory, one for each kind of reader.
+/// Whoever changes them must hold the CatalogueLock.
 namespace velor_server_proc {
 
 /// Enters a database in the list of its kind; with -r and -w in both of theirs. A list that cannot be written

@@ -60,6 +60,10 @@ bool IsUsableName(std::string_view name) {
          name.find(kCompanionMark) == std::string_view::npos && std::ranges::none_of(name, isControl);
 }
 
+bool IsNewName(std::string_view name) {
+  return IsUsableName(name) && name.front() != '@' && name.find('.') == std::string_view::npos;
+}
+
 bool IsReservedName(std::string_view name) {
   return std::ranges::any_of(
       RESERVDBN, [&](std::string_view reserved) { return StringUtils::EqualsNoCase(reserved, name); });

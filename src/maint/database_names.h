@@ -14,6 +14,10 @@ namespace velor_server_proc {
 /// it must not lead anywhere else, and it must not be taken for a mask or the end of a list.
 [[nodiscard]] bool IsUsableName(std::string_view name);
 
+/// A usable name that a new database may have: one with a dot could be taken for a file of another database,
+/// one with a leading "@" in the head of an INI section for an include.
+[[nodiscard]] bool IsNewName(std::string_view name);
+
 /// A name of the catalogue system itself (templates, help, authority files ...), in any letter case. The
 /// menus do not show these as databases of the users.
 [[nodiscard]] bool IsReservedName(std::string_view name);

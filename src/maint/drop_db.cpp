@@ -2,14 +2,13 @@
 
 #include <sys/mman.h>
 
-#include <filesystem>
 #include <ostream>
 
+#include "maint/catalogue_lock.h"
 #include "maint/clean_mutexes.h"
 #include "maint/database_lists.h"
 #include "maint/database_names.h"
 #include "maint/owned_files.h"
-#include "maint/parameter_file.h"
 #include "maint/web_lists.h"
 #include "storage/codes.h"
 #include "storage/database_mutex.h"
@@ -43,12 +42,12 @@ int VelorDeleteDB0(app::VelorAppContext* ctx, const std::string& dbName, std::os
   if (!CheckMstAvailable(ctx, name, out)) return Fail(velor_32::kNotFound, "DB drop failed", out);
   // The lists come first: until its files are gone the database opens, and a drop that was cut off can be run
   // again.
-  RemoveFromDatabaseLists(ctx, name, out);
-  RemoveFromWeb(ctx, name, out);
-  if (!RemoveOwnedFiles(ctx, name)) return Fail(velor_32::kNoRecordFiles, "DB drop failed", out);
-  std::error_code error;
-  std::filesystem::remove(ParameterFile(ctx, name), error);
-  if (error) Say(out, "No access to file " + ParameterFile(ctx, name));
+  {
+    const CatalogueLock lock(ctx);
+    RemoveFromDatabaseLists(ctx, name, out);
+    RemoveFromWeb(ctx, name, out);
+  }
+  if (!RemoveOwnedFiles(ctx, name, out)) return Fail(velor_32::kNoRecordFiles, "DB drop failed", out);
   Say(out, "Delete DB done");
   return velor_32::kOk;
 }
@@ -58,6 +57,7 @@ int VelorDeleteDB(app::VelorAppContext* ctx, const std::string& dbName, std::ost
   const std::string name = StringUtils::ToLower(dbName);
   if (!IsUsableName(name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
 
+  RemoveRests(ctx, name);
   const std::string mutexName = velor_32::DatabaseMutexName(name);
   utils::NamedMutex mutex;
   if (!mutex.Create(mutexName.c_str())) return Fail(velor_32::kLocked, "mutex error", out);

@@ -11,8 +11,9 @@ namespace velor_server_proc {
 constexpr int kDropWait = 300;
 
 /// Removes a database, its parameter file and its entries in the lists and on the web, under the mutex that
-/// every change of it takes; the mutex goes with it. Progress goes to `out` and the log. Result 0; -200 for a
-/// name that no database can have; -300 when the mutex is not had; otherwise as VelorDeleteDB0.
+/// every change of it takes; the mutex goes with it. Rests of a drop that was killed go too. Progress goes to
+/// `out` and the log. Result 0; -200 for a name that no database can have; -300 when the mutex is not had;
+/// otherwise as VelorDeleteDB0.
 int VelorDeleteDB(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out,
                   int waitSeconds = kDropWait);
 

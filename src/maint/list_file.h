@@ -32,6 +32,8 @@ class ListFile {
   /// Takes every mention of a database out. False when there was none.
   bool Remove(const std::string& name);
 
+  [[nodiscard]] bool Has(const std::string& name) const { return Find(name) < lines_.size(); }
+
   /// "" when the database is not listed.
   [[nodiscard]] std::string DescriptionOf(const std::string& name) const;
 

@@ -9,6 +9,7 @@
 #include <ostream>
 #include <utility>
 
+#include "maint/catalogue_lock.h"
 #include "maint/database_files.h"
 #include "maint/database_lists.h"
 #include "maint/database_names.h"
@@ -27,6 +28,7 @@ using velor_32::kOk;
 namespace {
 
 constexpr mode_t kDirectoryRights = 0775;
+constexpr int kIsThere = 1;  // somebody else has made the database; no code of a failure
 
 /// Directory of a database, without a closing slash: a file or a link of that name counts as well.
 std::string Target(const app::VelorAppContext* ctx, const std::string& name) {
@@ -91,7 +93,19 @@ void EnterInLists(const app::VelorAppContext* ctx, const std::string& name, cons
   AddToWeb(ctx, {name, params.fullName, source.templateDb, MakesFullText(source)}, out);
 }
 
-/// All steps but the last one can be done again, so a run that was killed hinders nobody.
+/// All steps but the last one can be done again, so a run that was killed hinders nobody. Of several runs
+/// with one name the first that has the lock makes the database, the others touch nothing of it.
+int Publish(const app::VelorAppContext* ctx, const std::string& name, const VelorNewDBContext& params,
+            const DatabaseSource& source, const std::string& directory, std::ostream& out) {
+  const CatalogueLock lock(ctx);
+  if (Exists(ctx, name)) return kIsThere;
+  if (!WriteParameterFile(ctx, source.templateDb, name, MakesFullText(source)))
+    return velor_32::kNoRecordFiles;
+  EnterInLists(ctx, name, params, source, out);
+  if (GiveName(directory, Target(ctx, name))) return kOk;
+  return Exists(ctx, name) ? kIsThere : velor_32::kNoRecordFiles;
+}
+
 int MakeDatabase(app::VelorAppContext* ctx, const std::string& name, const VelorNewDBContext& params,
                  const DatabaseSource& source, std::ostream& out) {
   const UnfinishedDirectory unfinished(HiddenDirectory(ctx, name));
@@ -100,10 +114,7 @@ int MakeDatabase(app::VelorAppContext* ctx, const std::string& name, const Velor
     return velor_32::kNoRecordFiles;
   }
   if (int rc = MakeDatabaseFiles(ctx, source, unfinished.path + "/", name); rc != kOk) return rc;
-  if (!WriteParameterFile(ctx, source.templateDb, name, MakesFullText(source)))
-    return velor_32::kNoRecordFiles;
-  EnterInLists(ctx, name, params, source, out);
-  return GiveName(unfinished.path, Target(ctx, name)) ? kOk : velor_32::kNoRecordFiles;
+  return Publish(ctx, name, params, source, unfinished.path, out);
 }
 
 }  // namespace
@@ -112,18 +123,20 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
                std::ostream& out) {
   Say(out, "NewDB " + db);
   const std::string name = StringUtils::ToLower(db);
-  if (!IsUsableName(name)) {
+  if (!IsNewName(name)) {
     Say(out, "Incorrect database name " + db);
     return velor_32::kBadArgument;
   }
-  if (Exists(ctx, name)) {
+  const auto leaveAlone = [&] {
     Say(out, "DB already created");
     return kOk;
-  }
+  };
+  if (Exists(ctx, name)) return leaveAlone();
   DatabaseSource source;
   if (int rc = FindSource(ctx, params, &source, out); rc != kOk) return rc;
 
-  return ReportOutcome("NewDB " + name, MakeDatabase(ctx, name, params, source, out), out);
+  const int rc = MakeDatabase(ctx, name, params, source, out);
+  return rc == kIsThere ? leaveAlone() : ReportOutcome("NewDB " + name, rc, out);
 }
 
 }  // namespace velor_server_proc

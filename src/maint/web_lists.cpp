@@ -4,9 +4,11 @@
 #include <ostream>
 #include <vector>
 
+#include "maint/catalogue_lock.h"
 #include "maint/database_lists.h"
 #include "maint/database_names.h"
 #include "maint/list_file.h"
+#include "maint/parameter_file.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
 #include "utils/path_util.h"
@@ -45,6 +47,8 @@ constexpr Section kSections[] = {
     {"_PROF", false},
     {"_QUERY_CONSTRUCTOR", false},
 };
+
+constexpr std::string_view kFrontEndSection = "MAIN";
 
 /// The two kinds of front end.
 struct FrontEnd {
@@ -97,19 +101,41 @@ int ReportWrites(const std::vector<std::string>& failed, std::ostream& out) {
   return velor_32::kNoRecordFiles;
 }
 
-/// "BOOKS" + "_READER" may also be the first section of a database "books_reader".
-bool IsOfAnother(const app::VelorAppContext* ctx, const std::string& section, const Section& kind) {
-  return *kind.suffix != '\0' &&
-         utils::PathUtil::IsFile(ctx->dataPath + StringUtils::ToLower(section) + ".par");
+/// "BOOKS" + "_READER" may also be the first section of a database "books_reader", which leaves it alone as
+/// long as "books" is there, and the other way round. The settings of the front end are nobody's.
+bool IsOfAnother(const app::VelorAppContext* ctx, const std::string& section, const std::string& name) {
+  return section == kFrontEndSection || std::ranges::any_of(kSections, [&](const Section& kind) {
+           if (!StringUtils::EndsWith(section, kind.suffix)) return false;
+           const std::size_t length = section.size() - std::string_view(kind.suffix).size();
+           const std::string owner = StringUtils::ToLower(section.substr(0, length));
+           return owner != name && utils::PathUtil::IsFile(ParameterFile(ctx, owner));
+         });
+}
+
+/// The first section of the family of a database that the INI file has, "" when it has none.
+std::string FindSection(const app::VelorAppContext* ctx, const std::string& name, const TMemIniFile& ini) {
+  for (const Section& kind : kSections) {
+    std::string section = StringUtils::ToUpper(name) + kind.suffix;
+    if (ini.SectionExists(section) && !IsOfAnother(ctx, section, name)) return section;
+  }
+  return "";
+}
+
+void CopySections(const app::VelorAppContext* ctx, const WebEntry& entry, TMemIniFile* ini) {
+  std::string source = StringUtils::ToUpper(entry.templateDb);
+  if (!ini->SectionExists(source)) source = StringUtils::ToUpper(Setting(ctx, "EtalonDBN", "ORYX"));
+  const std::string target = StringUtils::ToUpper(entry.name);
+  velor_01::TStringList lines;
+  for (const Section& kind : kSections)
+    if (kind.isCopied && !IsOfAnother(ctx, target + kind.suffix, entry.name))
+      CopyWebVelorSection(ini, &lines, source, target, kind.suffix);
 }
 
 bool EraseSections(const app::VelorAppContext* ctx, const std::string& name, TMemIniFile* ini) {
   bool isFound = false;
-  for (const Section& kind : kSections) {
-    const std::string section = StringUtils::ToUpper(name) + kind.suffix;
-    if (IsOfAnother(ctx, section, kind)) continue;
-    for (; ini->SectionExists(section); isFound = true) ini->EraseSection(section);
-  }
+  for (std::string section = FindSection(ctx, name, *ini); !section.empty();
+       section = FindSection(ctx, name, *ini), isFound = true)
+    ini->EraseSection(section);
   return isFound;
 }
 
@@ -142,18 +168,25 @@ int AddToWeb(const app::VelorAppContext* ctx, const WebEntry& entry, std::ostrea
   if (path.empty() || !utils::PathUtil::IsFile(path)) return velor_32::kNotFound;
 
   TMemIniFile ini(path);
-  std::string source = StringUtils::ToUpper(entry.templateDb);
-  if (!ini.SectionExists(source)) source = StringUtils::ToUpper(Setting(ctx, "EtalonDBN", "ORYX"));
-  velor_01::TStringList lines;
-  for (const Section& kind : kSections)
-    if (kind.isCopied)
-      CopyWebVelorSection(&ini, &lines, source, StringUtils::ToUpper(entry.name), kind.suffix);
-  ListFile list(ListPath(ctx, ini, frontEnd));
+  const ListFile before(ListPath(ctx, ini, frontEnd));
+  if (!before.Has(entry.name))
+    if (const std::string section = FindSection(ctx, entry.name, ini); !section.empty()) {
+      Say(out, "Section exists " + section + " in " + path);
+      return velor_32::kBadArgument;
+    }
+  CopySections(ctx, entry, &ini);
+  ListFile list = before;
   list.Add(entry.name, entry.fullName);
 
+  // The list comes first: the sections of a database that is in no list are taken for somebody else's. When
+  // they cannot be written it is put back as it was.
   std::vector<std::string> failed;
-  if (!SaveIni(ini)) failed.push_back(path);
-  if (!list.Save()) failed.push_back(ListPath(ctx, ini, frontEnd));
+  const bool isListed = list.Save();
+  if (!SaveIni(ini)) {
+    failed.push_back(path);
+    if (isListed) (void)before.Save();
+  }
+  if (!isListed) failed.push_back(ListPath(ctx, ini, frontEnd));
   return ReportWrites(failed, out);
 }
 
@@ -166,8 +199,9 @@ int RemoveFromWeb(const app::VelorAppContext* ctx, const std::string& name, std:
     TMemIniFile ini(path);
     ListFile list(ListPath(ctx, ini, frontEnd));
     std::vector<std::string> failed;
-    if (EraseSections(ctx, name, &ini) && !SaveIni(ini)) failed.push_back(path);
-    if (list.Remove(name) && !list.Save()) failed.push_back(ListPath(ctx, ini, frontEnd));
+    const bool isListed = list.Remove(name);
+    if (isListed && EraseSections(ctx, name, &ini) && !SaveIni(ini)) failed.push_back(path);
+    if (isListed && !list.Save()) failed.push_back(ListPath(ctx, ini, frontEnd));
     const int written = ReportWrites(failed, out);
     if (rc == velor_32::kNotFound || written != velor_32::kOk) rc = written;
   }
@@ -183,6 +217,7 @@ int VelorWebAddDB(app::VelorAppContext* ctx, const std::string& dbName, const st
   }
   const std::string description = fullName.empty() ? ListedDescription(ctx, name) : fullName;
   const bool isFullText = HasFullText(RecordPath(ctx, name));
+  const CatalogueLock lock(ctx);
   const int rc = AddToWeb(ctx, {name, description, Setting(ctx, "EtalonDBN", "ORYX"), isFullText}, out);
   return ReportWeb(ctx, name, " Added to Web VELOR list", rc, out);
 }
@@ -193,6 +228,7 @@ int VelorWebDelDB(app::VelorAppContext* ctx, const std::string& dbName, std::ost
     Say(out, "Incorrect database name " + dbName);
     return velor_32::kBadArgument;
   }
+  const CatalogueLock lock(ctx);
   return ReportWeb(ctx, name, " Removed from Web VELOR list", RemoveFromWeb(ctx, name, out), out);
 }
 

@@ -27,17 +27,21 @@ struct WebEntry {
   bool isFullText = false;
 };
 
-/// Enters a database in the web list and gives it its sections. An INI file or list that cannot be written is
-/// told to `out`. Result 0; -404 when there is no web INI file, of which nothing is said; -400 after a failed
-/// write.
+/// Enters a database in the web list and gives it its sections; without them it is not listed. Nothing is
+/// changed, and `out` is told, when the INI file has a section of these names already though the list lacks
+/// the database: it is somebody else's. A section that another database can claim by its name stays out of
+/// it. An INI file or list that cannot be written is told to `out`. The CatalogueLock must be held. Result 0;
+/// -404 when there is no web INI file, of which nothing is said; -200 for sections that exist; -400 after a
+/// failed write.
 int AddToWeb(const app::VelorAppContext* ctx, const WebEntry& entry, std::ostream& out);
 
-/// Takes a database out of the web lists and erases its sections, in whichever of the INI files they stand.
-/// Results as above.
+/// Takes a database out of the web lists and erases the sections of one that was listed, in whichever of the
+/// INI files they stand. The CatalogueLock must be held. Results as above.
 int RemoveFromWeb(const app::VelorAppContext* ctx, const std::string& name, std::ostream& out);
 
 /// The same as procedures of tools: the outcome goes to `out` and the log. Without a full name the database
-/// keeps the one that a list has for it. Results as above, -200 for a name that no database can have.
+/// keeps the one that a list has for it. They take the CatalogueLock. Results as above, -200 also for a name
+/// that no database can have.
 int VelorWebAddDB(app::VelorAppContext* ctx, const std::string& dbName, const std::string& fullName,
                   std::ostream& out);
 int VelorWebDelDB(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out);

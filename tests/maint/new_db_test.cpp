@@ -15,6 +15,7 @@
 
 #include "format/format_run.h"
 #include "format/xpft_fst.h"
+#include "maint/catalogue_lock.h"
 #include "maint/database_names.h"
 #include "maint/drop_db.h"
 #include "maint/empty_db.h"
@@ -136,6 +137,8 @@ TEST_F(Databases, NamesThatAreRefused) {
     EXPECT_EQ(New(name), "NewDB " + std::string(name) + "\nIncorrect database name " + name + "\n");
     EXPECT_EQ(Drop(name), "Delete DB " + std::string(name) + "\nDB drop failed\n");
   }
+  for (const char* name : {"x.y", "x.par", "@x"})
+    EXPECT_EQ(New(name), "NewDB " + std::string(name) + "\nIncorrect database name " + name + "\n");
   EXPECT_EQ(Names("datai"), kTemplates);
 }
 
@@ -360,6 +363,77 @@ TEST_F(Databases, TheWebFrontEnd) {
   EXPECT_EQ(out.str(), "No access to files " + ini + " and " + list + "\n");
 }
 
+TEST_F(Databases, SectionsOfOthersStay) {
+  fs::create_directory(File("web"));
+  Set("WEBVELOR=.\\Web\\");
+  const std::string before =
+      "[MAIN]\r\nA=1\r\n\r\n[ORYX]\r\nA=2\r\n\r\n[DISPLAY]\r\nB=3\r\n\r\n[ORYX_READER]\r\nB=4\r\n\r\n";
+  Write("web/velor_server.ini", before);
+  for (const std::string name : {"main", "display", "oryx_reader"}) {
+    SCOPED_TRACE(name);
+    EXPECT_NE(New(name, {.isFree = true}).find("Done"), std::string::npos);
+    const std::string added = Read("web/velor_server.ini");
+    EXPECT_EQ(added.substr(0, before.size()), before);
+    EXPECT_NE(Drop(name).find("done"), std::string::npos);
+    EXPECT_EQ(Read("web/velor_server.ini"), before);
+  }
+  EXPECT_EQ(Read("datai/deposit/dbn_web.mnu"), "");
+}
+
+TEST_F(Databases, ManyAtOnce) {
+  constexpr int kProcesses = 20;
+  fs::create_directory(File("web"));
+  Set("WEBVELOR=.\\Web\\");
+  Write("web/velor_server.ini", "[ORYX]\r\nA=1\r\n");
+  const auto run = [&](const auto& work) {
+    int failed = 0;
+    for (int i = 0; i < kProcesses; ++i)
+      if (::fork() == 0) ::_exit(work(i) ? 0 : 1);
+    for (int status = 0; ::wait(&status) > 0;) failed += status != 0 ? 1 : 0;
+    return failed;
+  };
+  const std::string made = "NewDB x\nDone\n";
+  EXPECT_EQ(run([&](int) {
+              const std::string said = New("x", {.isFree = true});
+              return said == made || said == "NewDB x\nDB already created\n";
+            }),
+            0);
+  EXPECT_EQ(Names("datai"), "blank.par blank/ deposit/ marc.par marc/ oryx.par oryx/ x.par x/");
+  EXPECT_NE(Open("x"), nullptr);
+  EXPECT_EQ(run([&](int i) { return New("p" + std::to_string(i), {.isFree = true}).ends_with("Done\n"); }),
+            0);
+  for (const char* list : {"datai/deposit/dbnam1.mnu", "datai/deposit/dbn_web.mnu"})
+    for (int i = 0; i < kProcesses; ++i)
+      EXPECT_TRUE(ListFile(File(list)).Has("p" + std::to_string(i))) << list << i;
+}
+
+TEST_F(Databases, ADropFreesTheNameInOneStep) {
+  New("x", {.isFree = true});
+  for (int i = 0; i < 5000; ++i) Write("datai/x/" + std::to_string(i), "");
+  std::thread maker([&] {
+    while (fs::exists(File("datai/x"))) std::this_thread::yield();
+    const CatalogueLock lock(ctx());
+    EXPECT_FALSE(fs::exists(File("datai/x.par")));
+  });
+  EXPECT_EQ(Drop("x"), "Delete DB x\nDelete DB done\n");
+  maker.join();
+}
+
+TEST_F(Databases, ADropOfWhatIsGoneClearsUp) {
+  const pid_t dead = ::fork();
+  if (dead == 0) ::_exit(0);
+  ::waitpid(dead, nullptr, 0);
+  fs::create_directory(File("datai/.x." + std::to_string(dead)));
+  Write("datai/x.par", "1=.\\DATAI\\X\\\r\n2=.\\POOL\\\r\n");
+  EXPECT_EQ(Drop("x"), "Delete DB x\nDB does not exist x\nDB drop failed\n");
+  EXPECT_EQ(Names("datai"), kTemplates + " x.par") << "its terms lie elsewhere";
+  std::string lines;
+  for (int n = 1; n <= 10; ++n) lines += std::to_string(n) + "=.\\DATAI\\X\\\r\n";
+  Write("datai/x.par", lines);
+  Drop("x");
+  EXPECT_EQ(Names("datai"), kTemplates);
+}
+
 TEST_F(Databases, PageTextsHaveTheirOwnFrontEnd) {
   MakeFullText("oryx");
   fs::create_directory(File("web"));
@@ -417,6 +491,19 @@ TEST_F(Databases, ADropTakesItsOwnOnly) {
   EXPECT_EQ(Names("datai/other"), "brief.pft other.ifp other.l01 other.mst other.n01 other.xrf");
   EXPECT_EQ(Names("datai"),
             "blank.par blank/ deposit/ marc.par marc/ oryx.par oryx/ other.par other/ xy.par");
+
+  // Names with dots in a directory of both, formats of the directory of another one, the shared files.
+  for (const char* extension : {"mst", "xrf"})
+    fs::copy(File("datai/blank/blank." + std::string(extension)), File("pool/z." + std::string(extension)));
+  for (const char* name : {"pool/z.y.mst", "pool/z.y.pft", "pool/z.mst1", "pool/z.ifp_1", "pool/z.l01_",
+                           "datai/oryx/z.pft", "datai/deposit/z.fst", "datai/deposit/z.mnu"})
+    Write(name, "");
+  Write("datai/z.par", "1=.\\POOL\\\r\n2=.\\POOL\\\r\n3=.\\DATAI\\ORYX\\\r\n10=.\\DATAI\\DEPOSIT\\\r\n");
+  Write("datai/z.y.par", "1=.\\POOL\\\r\n");
+  EXPECT_EQ(Drop("z"), "Delete DB z\nDelete DB done\n");
+  EXPECT_EQ(Names("pool"), "brief.pft x/ x1.cell xy.mst z.y.mst z.y.pft");
+  for (const char* name : {"datai/oryx/z.pft", "datai/deposit/z.fst", "datai/deposit/z.mnu", "datai/z.y.par"})
+    EXPECT_TRUE(fs::exists(File(name))) << name;
 
   // A directory that another database uses, and one that is a link.
   Write("datai/second.par", "1=.\\DATAI\\OTHER\\\r\n");
