@@ -27,10 +27,28 @@ std::int64_t FileSize(int handle) {
   return backup::_llseek(handle, 0, SEEK_END);
 }
 
-void Complain(std::int64_t wanted, std::int64_t found, std::string* message) {
+void AddLine(const std::string& line, std::string* message) {
   if (!message->empty()) *message += '\n';
-  *message += "Not valid mst file size - Size in cnt= " + std::to_string(wanted) +
-              " Size of mst= " + std::to_string(found);
+  *message += line;
+}
+
+void Complain(std::int64_t wanted, std::int64_t found, std::string* message) {
+  AddLine("Not valid mst file size - Size in cnt= " + std::to_string(wanted) +
+              " Size of mst= " + std::to_string(found),
+          message);
+}
+
+/// Of files that cannot be used: the master file has no control record, or its cross-reference file is gone.
+void ComplainOfRemains(const velor_01::TVelorSpace* space, int fragment, std::string* message) {
+  const int mstFile =
+      backup::_lopen(velor_32::FragmentPath(space, ".mst", fragment).c_str(), velor_32::kOpenRead);
+  velor_01::Tcntmst control;
+  if (velor_32::ReadControl(mstFile, &control)) {
+    Complain(std::int64_t{control.nxtmfn} - 1, 0, message);
+  } else {
+    Complain(velor_01::kControlSize, mstFile < 0 ? 0 : FileSize(mstFile), message);
+  }
+  if (mstFile >= 0) backup::_lclose(mstFile);
 }
 
 /// Gives the entries `first` to `last` to `visit` in blocks, in file order of their words. Stops where the
@@ -98,11 +116,12 @@ MfnRange LocalRange(const velor_01::TVelorSpace* space, int fragment, MfnRange r
 /// False on a stop request.
 bool CheckFragment(velor_01::TVelorSpace* space, int fragment, MfnRange range, velor_01::TIntList* bad,
                    std::string* message) {
+  const FragmentState state = OpenFragment(space, fragment);
+  if (state == FragmentState::kUnused) return true;
   const velor_32::FilePair files = velor_32::ReadHandles(space, fragment);
   velor_01::Tcntmst control;
-  if (files.mstFile < 0 && fragment > 0) return true;  // without records
-  if (!velor_32::ReadControl(files.mstFile, &control)) {
-    Complain(velor_01::kControlSize, FileSize(files.mstFile), message);
+  if (state == FragmentState::kDamaged || !velor_32::ReadControl(files.mstFile, &control)) {
+    ComplainOfRemains(space, fragment, message);
     return true;
   }
   CheckSizes(files, control, message);
@@ -135,8 +154,11 @@ int isisdiagmfn(velor_01::TVelorSpace* space, int from, int to, velor_01::TIntLi
   return velor_32::AtEdge([&] {
     if (int rc = velor_32::WakeRecordFiles(space); rc != velor_32::kOk) return rc;
     const MfnRange range = ClipRange(space, from, to);
-    for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment)
-      if (!CheckFragment(space, fragment, range, bad, message)) break;
+    for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment) {
+      if (CheckFragment(space, fragment, range, bad, message)) continue;
+      AddLine(kStopped, message);
+      break;
+    }
     return velor_32::kOk;
   });
 }

@@ -17,7 +17,8 @@ namespace velora {
 ///   message   receives "Not valid mst file size - Size in cnt= <a> Size of mst= <b>" for each file that does
 ///             not fit, a line each: bytes for a master file, entries for a cross-reference file. The zero
 ///             bytes that files are lengthened with are in order, a file that is too short is not, nor are
-///             entries behind the last number.
+///             entries behind the last number, nor a fragment that has lost a file. "Process stop" comes last
+///             after a stop request: what is behind was not looked at.
 /// Takes no lock; other processes may write meanwhile. Result 0, -100, or -400 without record files.
 int isisdiagmfn(velor_01::TVelorSpace* space, int from, int to, velor_01::TIntList* bad,
                 std::string* message);

@@ -6,10 +6,22 @@
 #include "index/build_lock.h"
 #include "maint/diagnosis.h"
 #include "maint/fragment_check.h"
+#include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/master_file.h"
 
 namespace velora {
+namespace {
+
+/// Without a control record there is no lock flag to set.
+std::string WhyNotLocked(velor_01::TVelorSpace* space, int result) {
+  if (app::CheckStopProcess(space->app)) return kStopped;
+  if (result == velor_32::kLocked) return "Db is locked";
+  if (OpenFragment(space, 0) == FragmentState::kDamaged) return "read != sizeof(Tcntmst)";
+  return "Db is not locked, error " + std::to_string(result);
+}
+
+}  // namespace
 
 int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool repair, std::ostream& out,
                     int timeoutSeconds, bool* hasReport) {
@@ -20,11 +32,10 @@ int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool 
   std::unique_ptr<BuildLock> lock;
   if (repair) lock = std::make_unique<BuildLock>(space, timeoutSeconds);
   if (lock && lock->result() != velor_32::kOk) {
-    // Without a control record there is no lock flag to set.
-    findings.Fault(lock->result() == velor_32::kLocked ? "Db is locked" : "read != sizeof(Tcntmst)");
+    findings.Fault(WhyNotLocked(space, lock->result()));
   } else {
     for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment)
-      FragmentCheck(space, fragment, repair, findings).Run();
+      if (!FragmentCheck(space, fragment, repair, findings).Run()) break;
     if (findings.hasFaults() && !repair) findings.Tell("errors found");
   }
   *hasReport = findings.hasFaults();

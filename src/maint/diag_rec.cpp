@@ -1,6 +1,7 @@
 #include "maint/diag_rec.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <ostream>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/fields.h"
+#include "storage/master_file.h"
 #include "storage/record_read.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
@@ -46,9 +48,14 @@ class RecordDiagnosis {
   void Run() {
     const MfnRange range = ClipRange(space_, params_.mfnFrom, params_.mfnTo);
     for (int mfn = range.from; mfn <= range.to; ++mfn) {
-      if (mfn % kRecordsBetweenPolls == 0 && app::CheckStopProcess(space_->app)) return;
+      if ((mfn - range.from) % kRecordsBetweenPolls == 0 && app::CheckStopProcess(space_->app)) {
+        hasReport_ = true;
+        protocol_.Line(kStopped);
+        return;
+      }
       CheckRecord(mfn, mfn == range.to);
     }
+    ReportLostFragments(range.to);
   }
   [[nodiscard]] bool hasReport() const { return hasReport_; }
 
@@ -67,23 +74,32 @@ class RecordDiagnosis {
     }
     raw_.Judge(&text_);
     if (text_.empty() && !checksFields() && !params_.exportValid) return;
-    if (const int loaded = raw_.Load(space_); loaded != velor_32::kOk) {
+    bool isSalvaged = false;
+    if (const int loaded = raw_.Load(space_, &isSalvaged); loaded != velor_32::kOk) {
       Report(mfn, text_ + "Error read record.");
       return;
     }
     const bool hasBadText = checksFields() && !CheckFields();
-    if (text_.empty()) {
-      Export(valid_);
-      return;
-    }
-    Export(invalid_);
-    if (params_.removeInvalid && (raw_.isFaulty() || hasBadText)) {
-      velor_32::Velorrecdel(space_, kShelf);
-      Store();
-    } else if (params_.removeInvalid && raw_.isMended()) {
-      Store();
-    }
+    Export(text_.empty() ? valid_ : invalid_);
+    if (text_.empty()) return;
+    // What was salvaged is no version to go on with: it is stored as a deleted one only.
+    const bool isCorrected = hasBadText && params_.replaceInvalid && !isSalvaged;
+    if (isCorrected) CorrectFields();
+    const bool isInvalid = raw_.isFaulty() || (hasBadText && !isCorrected);
+    if (params_.removeInvalid && isInvalid) velor_32::Velorrecdel(space_, kShelf);
+    if (isCorrected || (params_.removeInvalid && (isInvalid || raw_.isMended()))) Store();
     Report(mfn, text_);
+  }
+
+  /// The numbers behind `last` belong to fragments of which nothing can be read: the first one stands for
+  /// all.
+  void ReportLostFragments(int last) {
+    for (int fragment = 1; fragment <= velor_32::LastFragment(space_); ++fragment) {
+      const std::int64_t first = velor_32::GlobalMfn(space_, fragment, 1);
+      if (first <= last || first > (params_.mfnTo < 1 ? INT32_MAX : params_.mfnTo)) continue;
+      if (OpenFragment(space_, fragment) == FragmentState::kDamaged)
+        Report(static_cast<int>(first), "Error read record.");
+    }
   }
 
   void Report(int mfn, std::string_view text) {
@@ -98,14 +114,11 @@ class RecordDiagnosis {
     file.FlushIfLarge();
   }
 
-  /// Result: the fields are in order, maybe after a correction that is stored.
+  /// Result: the fields are in order.
   bool CheckFields() {
-    bool isBad = false;
-    for (int i = 1; i <= velor_32::Velornfields(space_, kShelf); ++i) isBad |= !CheckField(i);
-    if (!isBad) return true;
-    if (!params_.replaceInvalid) return false;
-    text_ += "Unavailable char is corrected. ";
-    return Store();
+    bool isSound = true;
+    for (int i = 1; i <= velor_32::Velornfields(space_, kShelf); ++i) isSound &= CheckField(i);
+    return isSound;
   }
 
   bool CheckField(int index) {
@@ -116,24 +129,31 @@ class RecordDiagnosis {
     if (isText && !hasControls) return true;
     if (!isText && text_.find("Error in encoding") == std::string::npos) text_ += "Error in encoding. ";
     if (hasControls) text_ += "\"Bad\" characters in field " + std::to_string(tag) + ". ";
-    if (!params_.replaceInvalid) return false;
-    std::string clean = utils::TextUtil::FilterUTF8(field, ' ');
-    std::ranges::replace_if(clean, IsControl, ' ');
-    velor_32::Velorfldrep(space_, kShelf, index, clean.data(), static_cast<int>(clean.size()));
     return false;
   }
 
+  /// Puts a blank for each bad character.
+  void CorrectFields() {
+    for (int i = 1; i <= velor_32::Velornfields(space_, kShelf); ++i) {
+      const std::string_view field = velor_32::FieldText(space_, kShelf, i);
+      std::string clean = utils::TextUtil::FilterUTF8(field, ' ');
+      std::ranges::replace_if(clean, IsControl, ' ');
+      if (clean != field)
+        velor_32::Velorfldrep(space_, kShelf, i, clean.data(), static_cast<int>(clean.size()));
+    }
+    text_ += "Unavailable char is corrected. ";
+  }
+
   /// The shelf has the mark of a lock when somebody holds the record: an update would take that for its own.
-  bool Store() {
+  void Store() {
     int result = velor_32::kRecordLocked;
     int ifResult = velor_32::kOk;
     if (!(velor_32::Velorrecstatus(space_, kShelf, 1) & velor_01::kStatusLocked))
       velor_32::VelorRecUpdateTime(space_, kShelf, false, false, kUpdateTimeout, &result, &ifResult);
-    if (result == velor_32::kOk) return true;
+    if (result == velor_32::kOk) return;
     text_ += result == velor_32::kRecordLocked
                  ? "Record is locked, not written. "
                  : "Record is not written, error " + std::to_string(result) + ". ";
-    return false;
   }
 
   TVelorSpace* space_;
@@ -172,6 +192,7 @@ int VelorDiagRec(app::VelorAppContext* ctx, const std::string& db, const velora:
       bool hasReport = false;
       if (int rc = velora::VelorDiagRecords(side, params, out, &hasReport); rc != velor_32::kOk) return rc;
       velora::WriteVerdict(side == space ? "" : "FTDB. ", hasReport, out);
+      if (app::CheckStopProcess(ctx)) break;
     }
     return velor_32::kOk;
   });

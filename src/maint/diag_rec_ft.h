@@ -14,9 +14,11 @@ namespace velora {
 /// A record of the range with a link to a PDF (PDF_FileName_Tag, PDF_FileName_Tag_Subfield of the main ini)
 /// should have as many page records as its link field says in kPageCountSubfield: as many postings has its
 /// term PDF_GUID_PREFIX + GUID. Page records whose GUID is that of no record any more, deleted ones counting
-/// as there, are deleted by ordinary updates. When a record cannot be read its pages are not known, and
-/// nothing is deleted.
-/// `report` receives a line for each finding. Result 0, -100, or -404 without a companion.
+/// as there, are deleted by ordinary updates, whatever the range. When a record cannot be read its pages are
+/// not known, and when isisdiagmfn finds something there may be more records than can be seen: nothing is
+/// deleted then. Nor is a page that names another record than the term it was found under, nor one of a
+/// record that is added meanwhile. `report` receives a line for each finding. Result 0, -100, or -404 without
+/// a companion.
 constexpr char kPageCountSubfield = 'N';
 int VelorDiagRecordsFT(velor_01::TVelorSpace* space, int from, int to, velor_01::TStringList* report);
 

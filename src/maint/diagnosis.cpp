@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "exchange/exchange_files.h"
+#include "maint/file_window.h"
 #include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/record_read.h"
@@ -28,6 +29,26 @@ std::int64_t MostRecords(const velor_01::TVelorSpace* space) {
     if (own > 0) most = std::max(most, velor_32::GlobalMfn(space, fragment, static_cast<int>(own)));
   }
   return most;
+}
+
+bool HasControl(const velor_01::TVelorSpace* space, int fragment) {
+  velor_01::Tcntmst control;
+  return velor_32::ReadControl(velor_32::ReadHandles(space, fragment).mstFile, &control);
+}
+
+bool ReopenFragment(velor_01::TVelorSpace* space, int fragment) {
+  return velor_32::VelorInitMSTXRF(space, fragment - 1, velor_32::kOpenRead) == 1;
+}
+
+bool HasEntries(const velor_01::TVelorSpace* space, int fragment) {
+  constexpr std::int64_t kBlockBytes = 0x10000;
+  const int handle =
+      backup::_lopen(velor_32::FragmentPath(space, ".xrf", fragment).c_str(), velor_32::kOpenRead);
+  if (handle < 0) return false;
+  FileWindow window(handle, backup::_llseek(handle, 0, SEEK_END), kBlockBytes);
+  const bool hasEntries = window.EndOfZeros(0) < window.size();
+  backup::_lclose(handle);
+  return hasEntries;
 }
 
 }  // namespace
@@ -67,6 +88,18 @@ bool AwaitLastRecord(const std::function<bool()>& isThere) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return isThere();
+}
+
+/// A writer makes the control record before the entries, so that where there are entries it is looked for
+/// anew.
+FragmentState OpenFragment(velor_01::TVelorSpace* space, int fragment) {
+  if (HasControl(space, fragment)) return FragmentState::kOpen;
+  if (fragment == 0) return FragmentState::kDamaged;
+  const bool areThere = ReopenFragment(space, fragment);
+  if (HasControl(space, fragment)) return FragmentState::kOpen;
+  if (areThere && !HasEntries(space, fragment)) return FragmentState::kUnused;
+  return ReopenFragment(space, fragment) && HasControl(space, fragment) ? FragmentState::kOpen
+                                                                        : FragmentState::kDamaged;
 }
 
 void WriteVerdict(std::string_view subject, bool hasReport, std::ostream& out) {

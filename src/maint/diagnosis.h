@@ -43,6 +43,18 @@ struct MfnRange {
 /// `isThere` again for half a second at most, and gives its last answer.
 bool AwaitLastRecord(const std::function<bool()>& isThere);
 
+/// What stands in the place of a file pair of the database.
+enum class FragmentState {
+  kOpen,     // files with a control record, and open
+  kUnused,   // no record was put in them yet: both are there, without a control record and without an entry
+  kDamaged,  // what is left of a pair that has held records, or a file is missing
+};
+/// Opens fragment `fragment` where it is not open: another process may have begun it since the opening.
+FragmentState OpenFragment(velor_01::TVelorSpace* space, int fragment);
+
+/// What a tool tells that was asked to stop; it is a finding, for nothing is known of the rest.
+constexpr char kStopped[] = "Process stop";
+
 /// The verdict that closes a diagnosis.
 void WriteVerdict(std::string_view subject, bool hasReport, std::ostream& out);
 

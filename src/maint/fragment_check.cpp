@@ -46,20 +46,22 @@ std::string Bytes(const char* what, std::int64_t count, const char* then) {
 FragmentCheck::FragmentCheck(velor_01::TVelorSpace* space, int fragment, bool repair, Findings& findings)
     : space_(space), fragment_(fragment), repair_(repair), findings_(findings) {}
 
-void FragmentCheck::Run() {
-  if (!Open() || !PrepareTable()) return;
+bool FragmentCheck::Run() {
+  if (!Open() || !PrepareTable()) return true;
   if (!ScanMaster()) {
-    findings_.Tell("Process stop");  // half a table would condemn the other half of the records
-    return;
+    findings_.Fault(kStopped);  // half a table would condemn the other half of the records
+    return false;
   }
   if (repair_) LengthenXrf();
   SetAsideForeignImages();
   const bool isComplete = VisitEntries([&](int mfn, const TNew_Xrf& entry) { CompareEntry(mfn, entry); });
   if (!isComplete) findings_.Fault("read != sizeof(TNew_Xrf)");
   CheckControl();
+  return true;
 }
 
 bool FragmentCheck::Open() {
+  const FragmentState state = OpenFragment(space_, fragment_);
   if (repair_ && update_.Open(space_, fragment_) == velor_32::kOk) {
     mstFile_ = update_.files.mstFile;
     xrfFile_ = update_.files.xrfFile;
@@ -69,11 +71,7 @@ bool FragmentCheck::Open() {
     xrfFile_ = files.xrfFile;
   }
   if (velor_32::ReadControl(mstFile_, &control_)) return true;
-  // A fragment without a control record has no records yet.
-  const bool isUnused =
-      fragment_ > 0 &&
-      (mstFile_ >= 0 || velor_32::VelorInitMSTXRF(space_, fragment_ - 1, velor_32::kOpenRead) == 1);
-  if (!isUnused) findings_.Fault("read != sizeof(Tcntmst)");
+  if (state != FragmentState::kUnused) findings_.Fault("read != sizeof(Tcntmst)");
   return false;
 }
 

@@ -45,7 +45,8 @@ class FragmentCheck {
  public:
   FragmentCheck(velor_01::TVelorSpace* space, int fragment, bool repair, Findings& findings);
 
-  void Run();
+  /// False when it was asked to stop.
+  bool Run();
 
  private:
   struct Suspect {

@@ -54,6 +54,33 @@ bool MasterScan::AddsUp(std::int64_t offset, const Tlider& leader) {
   return total == leader.length || (total % 2 != 0 && total + 1 == leader.length);
 }
 
+/// Has a number, and fields that a reader accepts.
+bool MasterScan::IsReadable(std::int64_t offset, const Tlider& leader) {
+  if (leader.mfn < 1 || !IsPlausible(leader, window_.size() - offset)) return false;
+  const std::int64_t room = std::int64_t{leader.length} - leader.base;
+  std::int64_t total = 0;
+  for (std::int32_t i = 0; i < leader.nvf; ++i) {
+    const char* entry = window_.At(offset + kLeaderSize + std::int64_t{kEntrySize} * i, kEntrySize);
+    if (entry == nullptr) return false;
+    const std::int32_t tag = WordAt(entry);
+    const std::int64_t position = WordAt(entry + kWord);
+    const std::int64_t length = WordAt(entry + 2 * kWord);
+    total += length;
+    if (tag <= 0 || position < 0 || length < 0 || position + length > room || total > room) return false;
+  }
+  return true;
+}
+
+/// An image may end here.
+bool MasterScan::IsBoundary(std::int64_t offset) {
+  const std::int64_t length = std::min<std::int64_t>(kLeaderSize, window_.size() - offset);
+  const char* bytes = window_.At(offset, length);
+  if (bytes == nullptr) return false;
+  if (std::all_of(bytes, bytes + length, [](char c) { return c == 0; })) return true;
+  Tlider leader;
+  return ReadLeader(offset, &leader) && leader.mfn >= 1 && IsPlausible(leader, window_.size() - offset);
+}
+
 /// The first image at or behind `offset`, or the end of the file. An image begins with its number, of which a
 /// small one has zero bytes in front: so a run of zero bytes may lead up to three bytes into a leader.
 std::int64_t MasterScan::FindImage(std::int64_t offset) {
@@ -75,6 +102,12 @@ std::int64_t MasterScan::FindImage(std::int64_t offset) {
   return window_.size();
 }
 
+void MasterScan::FindNextImage() {
+  if (nextImage_ > at_) return;
+  endOfData_ = at_;
+  nextImage_ = FindImage(std::max(at_ + 1, window_.EndOfZeros(at_) - kWord + 1));
+}
+
 MasterScan::Piece MasterScan::PassOver() {
   Piece piece{Kind::kEmptyEnd, at_, 0, {}};
   const std::int64_t endOfZeros = window_.EndOfZeros(at_);
@@ -82,10 +115,7 @@ MasterScan::Piece MasterScan::PassOver() {
     piece.length = endOfZeros - at_;
     return piece;
   }
-  if (nextImage_ <= at_) {
-    endOfData_ = at_;
-    nextImage_ = FindImage(std::max(at_ + 1, endOfZeros - kWord + 1));
-  }
+  FindNextImage();
   if (nextImage_ <= endOfZeros || endOfZeros - at_ >= kLeaderSize) {
     piece.kind = Kind::kEmpty;
     piece.length = std::min(nextImage_, endOfZeros) - at_;
@@ -101,7 +131,13 @@ MasterScan::Piece MasterScan::PassOver() {
 MasterScan::Piece MasterScan::Next() {
   if (at_ >= window_.size()) return {};
   Piece piece{Kind::kImage, at_, 0, {}};
-  if (ReadLeader(at_, &piece.leader) && AddsUp(at_, piece.leader)) {
+  const bool hasLeader = ReadLeader(at_, &piece.leader);
+  bool isImage = hasLeader && AddsUp(at_, piece.leader);
+  if (!isImage && hasLeader && IsReadable(at_, piece.leader) && IsBoundary(at_ + piece.leader.length)) {
+    FindNextImage();
+    isImage = nextImage_ >= at_ + piece.leader.length;
+  }
+  if (isImage) {
     piece.length = piece.leader.length;
   } else {
     piece = PassOver();

@@ -15,6 +15,10 @@ namespace velora {
 /// do not meet by chance, so that an image is known wherever it begins: behind a gap of zero bytes that ends
 /// in the middle of a word, or behind the remains of a damaged one. Number, version, tags and positions are
 /// not looked at; that is the record check's business.
+///
+/// An image that follows the one before it may have lost this sum and still be what a reader accepts: it
+/// counts when its end is borne out, by the end of the file, zero bytes or the leader of another image there,
+/// and when no image that adds up begins within it.
 class MasterScan {
  public:
   enum class Kind {
@@ -41,6 +45,9 @@ class MasterScan {
  private:
   bool ReadLeader(std::int64_t offset, velor_01::Tlider* leader);
   bool AddsUp(std::int64_t offset, const velor_01::Tlider& leader);
+  bool IsReadable(std::int64_t offset, const velor_01::Tlider& leader);
+  bool IsBoundary(std::int64_t offset);
+  void FindNextImage();
   std::int64_t FindImage(std::int64_t offset);
   Piece PassOver();
 

@@ -73,6 +73,8 @@ int RawRecord::ReadDirectory(std::int64_t got) {
   directory_.resize(static_cast<std::size_t>(leader_.nvf));
   std::memcpy(directory_.data(), head_.data() + kLeaderSize, directory_.size() * sizeof(TDirEntry));
   backup::ntoh_words(directory_.data(), directory_.size() * sizeof(TDirEntry) / 4);
+  positions_.resize(directory_.size());
+  std::ranges::transform(directory_, positions_.begin(), &TDirEntry::pos);
   if (!lacksLength) return velor_32::kOk;
 
   std::int64_t length = dataStart();
@@ -113,9 +115,21 @@ void RawRecord::JudgeDirectory(std::string* text) {
   AppendOnce("Error in lider is corrected. ", text);
 }
 
-int RawRecord::Load(TVelorSpace* space) const {
+int RawRecord::Load(TVelorSpace* space, bool* isSalvaged) const {
   const int rc = velor_32::VelorRecord(space, 0, mfn_, true);
-  return rc == velor_32::kDamaged ? Salvage(space) : rc == velor_32::kDeleted ? velor_32::kOk : rc;
+  *isSalvaged = rc == velor_32::kDamaged;
+  return *isSalvaged ? Salvage(space) : rc == velor_32::kDeleted ? velor_32::kOk : rc;
+}
+
+/// Where a field begins, from the start of the image: where its entry says or, when that is outside, behind
+/// the fields before it. -1 when it does not lie in the image either way.
+std::int64_t RawRecord::FieldStart(std::size_t index) const {
+  const TDirEntry& entry = directory_[index];
+  for (const std::int32_t position : {positions_[index], entry.pos}) {
+    const std::int64_t start = dataStart() + position;
+    if (position >= 0 && start + entry.len <= leader_.length) return start;
+  }
+  return -1;
 }
 
 int RawRecord::Salvage(TVelorSpace* space) const {
@@ -127,12 +141,15 @@ int RawRecord::Salvage(TVelorSpace* space) const {
   shelf.xrfStatus = xrfStatus_;
   shelf.offset = offset_;
   std::string field;
-  for (const TDirEntry& entry : directory_) {
-    const std::int64_t start = dataStart() + entry.pos;
+  std::int64_t room = leader_.length - dataStart();  // fields that overlap would multiply
+  for (std::size_t i = 0; i < directory_.size(); ++i) {
+    const TDirEntry& entry = directory_[i];
     if (entry.tag <= 0 || entry.tag == velor_01::kGuidTag || entry.len <= 0) continue;
-    if (entry.pos < 0 || start + entry.len > leader_.length) break;
+    const std::int64_t start = FieldStart(i);
+    if (start < 0 || entry.len > room) continue;
+    room -= entry.len;
     field.resize(static_cast<std::size_t>(entry.len));
-    if (!utils::ReadAt(mstFile_, offset_ + start, field.data(), field.size())) break;
+    if (!utils::ReadAt(mstFile_, offset_ + start, field.data(), field.size())) continue;
     velor_32::Velorfldadd(space, 0, entry.tag, 0, field.data(), entry.len);
   }
   return velor_32::kOk;

@@ -25,13 +25,14 @@ class RawRecord {
   [[nodiscard]] bool isDeleted() const { return (xrfStatus_ & velor_01::kStatusDeleted) != 0; }
 
   /// Puts the record into shelf 0: as a reader gets it or, where no reader does, with those fields that lie
-  /// within the image one behind the other. Result 0 or an error.
-  int Load(velor_01::TVelorSpace* space) const;
+  /// within the image: `isSalvaged` then tells that some may be missing. Result 0 or an error.
+  int Load(velor_01::TVelorSpace* space, bool* isSalvaged) const;
 
  private:
   int ReadDirectory(std::int64_t got);
   void JudgeDirectory(std::string* text);
   int Salvage(velor_01::TVelorSpace* space) const;
+  [[nodiscard]] std::int64_t FieldStart(std::size_t index) const;
   [[nodiscard]] std::int64_t dataStart() const;
 
   int mfn_ = 0;  // in the whole database
@@ -40,6 +41,7 @@ class RawRecord {
   std::int32_t xrfStatus_ = 0;
   velor_01::Tlider leader_;
   std::vector<velor_01::TDirEntry> directory_;  // empty when it does not lie in the image
+  std::vector<std::int32_t> positions_;         // as they stand in it
   std::vector<char> head_;                      // bytes from the leader on
   bool isFaulty_ = false;
   bool isMended_ = false;

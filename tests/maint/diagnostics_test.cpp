@@ -177,6 +177,22 @@ TEST_F(DiagnosticsTest, MasterAndCrossReferenceAreMadeToAgree) {
        true},
       {"a length that does not fit, in a record that is read", [](Image& i) { Poke(i.mst, 168 + 4, 90); },
        "directory does not fit reclider.mfrl 90\ndamaged space found: 66 bytes, skipped\n", "", ""},
+      {"a directory that lost two bytes of its image, and the entry",
+       [](Image& i) {
+         Poke(i.mst, 168 + 52, 3);
+         std::fill_n(i.xrf.begin() + 24, 12, '\0');
+       },
+       "mfn 3 xrf offset: 0 mst offset 168 xrf offset fixed\n", "3", "", true},
+      {"a length up to the zero bytes, over images whose entries are lost",
+       [](Image& i) {
+         Poke(i.mst, 168 + 4, 300);
+         std::fill_n(i.xrf.begin() + 36, 24, '\0');
+         i.mst.resize(1000);
+       },
+       "directory does not fit reclider.mfrl 300\ndamaged space found: 66 bytes, skipped\n"
+       "mfn 4 xrf offset: 0 mst offset 234 xrf offset fixed\n"
+       "mfn 5 xrf offset: 0 mst offset 300 xrf offset fixed\n",
+       "45", "", true},
       {"a next offset before the last image", [](Image& i) { Poke(i.mst, 8, 300); },
        "Not valid mst file size - Size in cnt= 300 Size of mst= 432 next offset fixed\n", "", ""},
       {"a next offset behind the file", [](Image& i) { Poke(i.mst, 12, 5); },
@@ -275,6 +291,37 @@ TEST_F(DiagnosticsTest, FragmentsAreRepairedEachInItsFile) {
   EXPECT_EQ(MstXrf(true), "mfn 5 xrf offset: 999 mst offset 85 xrf offset fixed\n" + std::string(kReport));
   EXPECT_EQ(Readable().size(), 5U);
   EXPECT_EQ(Mfn(), kOk);
+
+  const auto areLost = [&](const char* sizes) {
+    EXPECT_EQ(MstXrf(false), std::string("read != sizeof(Tcntmst)\nerrors found\n") + kReport);
+    EXPECT_EQ(Mfn(), "Not valid mst file size - Size in cnt= " + std::string(sizes) + "\n" + kReport);
+    EXPECT_EQ(Rec(), kReport + std::string("4: Error read record.\n"));
+    EXPECT_EQ(Rec({.mfnTo = 3}), kOk);
+  };
+  const std::string mst = DatabasePath() + ".mst1";
+  const std::string xrf = DatabasePath() + ".xrf1";
+  std::filesystem::rename(xrf, File("kept"));
+  areLost("2 Size of mst= 0");
+  std::filesystem::rename(File("kept"), xrf);
+  std::filesystem::resize_file(mst, 20);
+  areLost("36 Size of mst= 20");
+  std::filesystem::remove(mst);
+  areLost("36 Size of mst= 0");
+  Write("datai/blank/blank.mst1", "");
+  Write("datai/blank/blank.xrf1", std::string(0x8000, '\0'));
+  for (const std::string& said : {MstXrf(true), Mfn(), Rec()}) EXPECT_EQ(said, kOk);
+}
+
+TEST_F(DiagnosticsTest, AStoppedRunIsNoVerdictThatAllIsWell) {
+  Write(Small());
+  const unsigned char stop = 1;
+  ctx()->stopFlag = &stop;
+  const std::string stopped = "Process stop\n" + std::string(kReport);
+  EXPECT_EQ(MstXrf(false), "Process stop\nerrors found\n" + std::string(kReport));
+  EXPECT_EQ(MstXrf(true), stopped);
+  EXPECT_EQ(Mfn(), stopped);
+  EXPECT_EQ(Rec(), kReport + std::string("Process stop\n"));
+  ctx()->stopFlag = nullptr;
 }
 
 TEST_F(DiagnosticsTest, ALockedDatabaseIsLeftAlone) {
@@ -385,12 +432,23 @@ TEST_F(DiagnosticsTest, BytesOfFields) {
   const velora::VelorDiagContext correct{
       .checkEncoding = true, .replaceInvalid = true, .removeInvalid = true};
   const std::string locked = "Record is locked, not written. ";
-  EXPECT_EQ(Rec(correct), kReport + line + "Unavailable char is corrected. " + locked + locked + "\n");
+  EXPECT_EQ(Rec(correct), kReport + line + "Unavailable char is corrected. " + locked + "\n");
   EXPECT_EQ(velor_32::VelorRecUnLockTime(holder.get(), 2, 5), 0);
   EXPECT_EQ(Rec(correct), kReport + line + "Unavailable char is corrected. \n");
   EXPECT_EQ(Readable()[2], (Fields{{200, "a z"}, {300, " q"}}));
   EXPECT_EQ(Rec(correct), kOk);
   EXPECT_EQ(Remaining(), "");
+}
+
+TEST_F(DiagnosticsTest, WhatWasSalvagedReplacesNoRecord) {
+  TestBase base;
+  base.Record({{200, "a\xFF"}, {300, "good"}, {400, "more"}}).PokeMst(kFirst + 32 + 12 + 8, 5000);
+  base.WriteTo(DatabasePath());
+  const std::string line = "1: Error in entry. Error in lider is corrected. Error in encoding. \n";
+  EXPECT_EQ(Rec({.replaceInvalid = true}), kReport + line);
+  EXPECT_EQ(Read("datai/blank/blank.mst"), base.Mst());
+  EXPECT_EQ(Rec({.replaceInvalid = true, .removeInvalid = true}), kReport + line);
+  EXPECT_EQ(Readable()[1], (Fields{{200, "a\xFF"}, {400, "more"}}));
 }
 
 TEST_F(DiagnosticsTest, AReportThatCannotBeCreatedIsAFailure) {
@@ -433,20 +491,57 @@ TEST_F(DiagnosticsTest, PagesAreComparedWithTheirRecords) {
     guids[mfn] = velor_32::VelorGetGuid(space.get(), 0);
   }
   // The first record has its two pages, the second lacks one; the third goes, and leaves one behind.
+  const auto addPosting = [this](velor_32::TVelorSpace* to, const std::string& guid, int page) {
+    EXPECT_EQ(velor_32::Velorinitterm_write(to, (DatabasePath() + "--text/text").c_str()), 0);
+    EXPECT_EQ(velor_32::InsertTerm(to, ("GUID=" + guid).c_str(), {page, 1, 1, 1, 0, 0, 0, 0}), 0);
+  };
   for (const int owner : {1, 1, 2, 3}) {
-    Add(pages, {{5, "7book.pdf"}});
-    const int page = velor_32::Velormfn(pages, 0);
-    ASSERT_EQ(velor_32::Velorinitterm_write(pages, (DatabasePath() + "--text/text").c_str()), 0);
-    EXPECT_EQ(velor_32::InsertTerm(pages, ("GUID=" + guids[owner]).c_str(), {page, 1, 1, 1, 0, 0, 0, 0}), 0);
+    Add(pages, {{1, guids[owner]}, {5, "7book.pdf"}});
+    addPosting(pages, guids[owner], velor_32::Velormfn(pages, 0));
   }
+  // Where a damaged file hides living records, their pages are kept.
+  const Image sound{Read("datai/blank/blank.mst"), Read("datai/blank/blank.xrf")};
+  Image damaged = sound;
+  Poke(damaged.mst, 4, 2);
+  Write("datai/blank/blank.mst", damaged.mst);
+  EXPECT_NE(RecFt().find("Not valid mst file size"), std::string::npos);
+  Write("datai/blank/blank.mst", sound.mst);
+  Poke(damaged.xrf, 12 + 8, 2 | 256);
+  Write("datai/blank/blank.xrf", damaged.xrf);
+  EXPECT_NE(RecFt().find("2: Error in xrf entry.\n"), std::string::npos);
+  Write("datai/blank/blank.xrf", sound.xrf);
+  for (int page = 1; page <= 4; ++page) EXPECT_EQ(velor_32::VelorRecord(pages, 0, page), 0);
+
   EXPECT_EQ(velor_32::VelorRecPhysDelTime(space.get(), 3, 5), 0);
+  addPosting(pages, guids[3], 1);
   const std::string second = "2: GUID=" + guids[2] + " NumPage not corresponds postings in FT\n";
-  const std::string stray = velor_32::VelorGetGuid(pages, 0);
-  EXPECT_EQ(RecFt(),
-            second + "4: GUID=" + stray + " in FT BASE deleted. TextPageName: 7book.pdf\n" + kReport);
+  const std::string stale =
+      "1: GUID=" + guids[3] + " in FT BASE not deleted, page of GUID=" + guids[1] + "\n";
+  EXPECT_EQ(RecFt(), second + stale + "4: GUID=" + guids[3] +
+                         " in FT BASE deleted. TextPageName: 7book.pdf\n" + kReport);
+  EXPECT_EQ(velor_32::VelorRecord(pages, 0, 1), 0);
   EXPECT_EQ(velor_32::VelorRecord(pages, 0, 4), velor_32::kDeleted);
-  EXPECT_EQ(RecFt(), second + kReport);
-  EXPECT_EQ(Read("workdir/blank_ft_protocol.txt"), second);
+  EXPECT_EQ(RecFt(), second + stale + kReport);
+  EXPECT_EQ(Read("workdir/blank_ft_protocol.txt"), second + stale);
+
+  // Records are added meanwhile.
+  std::atomic<bool> isDone = false;
+  std::thread writer([&] {
+    const velor_32::SpacePointer own = Open();
+    for (int i = 0; i < 400; ++i) {
+      Add(own.get(), {{955, "^Anew.pdf^N1"}});
+      const std::string guid = velor_32::VelorGetGuid(own.get(), 0);
+      Add(own->textSpace, {{1, guid}, {5, "new.pdf"}});
+      addPosting(own->textSpace, guid, velor_32::Velormfn(own->textSpace, 0));
+    }
+    isDone = true;
+  });
+  while (!isDone) {
+    const std::string said = RecFt();
+    EXPECT_EQ(said.find(" in FT BASE deleted"), std::string::npos) << said;
+    EXPECT_EQ(said.find(": Error"), std::string::npos) << said;
+  }
+  writer.join();
   EXPECT_EQ(Run(velor_server_proc::VelorDiagRec, velora::VelorDiagContext{}),
             "Everything ok\nFTDB. Everything ok\n");
 }
