@@ -11,6 +11,7 @@
 #include "maint/database_names.h"
 #include "storage/codes.h"
 #include "storage/database_lock.h"
+#include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/velor_space.h"
 #include "utils/file_layer.h"
@@ -115,9 +116,18 @@ int WriteControlRecords(app::VelorAppContext* ctx, const std::string& path, bool
   return velor_32::VelorDBEmpty(space.get());
 }
 
+/// Ended, but its parent has not asked for it. The state follows the name of the program, which ends in the
+/// last bracket (proc(5)).
+bool IsZombie(const std::string& process) {
+  std::string text;
+  if (!utils::TextUtil::FileReadAllBytes("/proc/" + process + "/stat", text)) return false;
+  const std::size_t end = text.rfind(") ");
+  return end != std::string::npos && text.compare(end + 2, 1, "Z") == 0;
+}
+
 bool IsAlive(const std::string& process) {
   const int number = utils::TextUtil::Int32ParseExact(process, 0);
-  return number > 0 && (::kill(number, 0) == 0 || errno != ESRCH);
+  return number > 0 && (::kill(number, 0) == 0 || errno != ESRCH) && !IsZombie(process);
 }
 
 }  // namespace
@@ -130,7 +140,9 @@ bool MyCopyFile(const std::string& source, const std::string& destination) {
   for (const fs::directory_entry& entry : fs::directory_iterator(directory, error)) {
     const std::string name = entry.path().filename().string();
     if (::fnmatch(mask.c_str(), name.c_str(), FNM_CASEFOLD) != 0 || !entry.is_regular_file(error)) continue;
-    if (!CopyOne(entry.path(), fs::path(destination) / name)) return false;
+    if (CopyOne(entry.path(), fs::path(destination) / name)) continue;
+    LogTool("File copy failed " + entry.path().string());
+    return false;
   }
   return !error;
 }
@@ -148,6 +160,16 @@ bool MakesFullText(const DatabaseSource& source) {
   };
   return hasPages(source.blankDirectory, source.blank) ||
          (!source.templateDirectory.empty() && hasPages(source.templateDirectory, source.templateDb));
+}
+
+bool IsNameOfTemplateFile(const DatabaseSource& source, const std::string& name) {
+  if (source.templateDirectory.empty() || name == source.templateDb) return false;
+  return std::ranges::any_of(kNamedExtensions, [&](std::string_view extension) {
+    const auto has = [&](const std::string& stem) {
+      return PathUtil::IsFile(std::string(source.templateDirectory).append(stem).append(extension));
+    };
+    return has(source.templateDb) && has(name);
+  });
 }
 
 bool IsNamedExtension(std::string_view extension) {

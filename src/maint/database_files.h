@@ -13,7 +13,8 @@
 namespace velor_server_proc {
 
 /// Copies all files of a mask into a directory, over files of their name. The copies can be written by their
-/// owner, also where the originals cannot. True when none failed, also when there was none.
+/// owner, also where the originals cannot. True when none failed, also when there was none; the one that
+/// failed is told to the log.
 ///   source       "<directory>/<mask>", the mask in any letter case
 ///   destination  an existing directory
 bool MyCopyFile(const std::string& source, const std::string& destination);
@@ -32,6 +33,10 @@ struct DatabaseSource {
 
 /// The template or the empty database has page texts, so the new one does.
 [[nodiscard]] bool MakesFullText(const DatabaseSource& source);
+
+/// Whether the template has a file of this name beside its own of the same extension, which would be copied
+/// over it: "card" for a template with oryx.fst and card.fst.
+[[nodiscard]] bool IsNameOfTemplateFile(const DatabaseSource& source, const std::string& name);
 
 /// Whether files of a template with this extension, the dot included, that bear its name get the name of the
 /// database: they are looked for under it.

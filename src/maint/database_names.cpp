@@ -69,6 +69,18 @@ bool IsReservedName(std::string_view name) {
       RESERVDBN, [&](std::string_view reserved) { return StringUtils::EqualsNoCase(reserved, name); });
 }
 
+std::string TemplateName(const app::VelorAppContext* ctx) {
+  return StringUtils::ToLower(ctx->mainIni->Get("Main", "EtalonDBN", "ORYX"));
+}
+
+std::string BlankName(const app::VelorAppContext* ctx) {
+  return StringUtils::ToLower(ctx->mainIni->Get("Main", "EmptyDBN", "BLANK"));
+}
+
+bool IsRemovableName(const app::VelorAppContext* ctx, const std::string& name) {
+  return IsUsableName(name) && name != TemplateName(ctx) && name != BlankName(ctx);
+}
+
 std::string RecordPath(const app::VelorAppContext* ctx, const std::string& dbName) {
   std::string name = dbName;
   std::vector<std::string> directories;
@@ -77,6 +89,7 @@ std::string RecordPath(const app::VelorAppContext* ctx, const std::string& dbNam
 }
 
 bool HasFullText(const std::string& path) {
+  if (path.empty()) return false;
   const int file = backup::_lopen((path + ".mst").c_str(), velor_32::kOpenRead);
   if (file < 0) return false;
   velor_01::Tcntmst control;

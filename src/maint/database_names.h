@@ -22,13 +22,22 @@ namespace velor_server_proc {
 /// menus do not show these as databases of the users.
 [[nodiscard]] bool IsReservedName(std::string_view name);
 
+/// The databases that new ones are copied from, in lower case: the reference database with formats and
+/// tables, and the one with empty files.
+[[nodiscard]] std::string TemplateName(const app::VelorAppContext* ctx);
+[[nodiscard]] std::string BlankName(const app::VelorAppContext* ctx);
+
+/// Whether a name is usable and the database may go: without those two no other could be made.
+[[nodiscard]] bool IsRemovableName(const app::VelorAppContext* ctx, const std::string& name);
+
 /// Whether the record files of a database are there and open. What is wrong goes to `out` and the log.
 [[nodiscard]] bool CheckMstAvailable(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out);
 
 /// Full path of the record files without extension, as the parameter file has it; "" without one.
 [[nodiscard]] std::string RecordPath(const app::VelorAppContext* ctx, const std::string& dbName);
 
-/// Whether the control record of the master file <path>.mst says that a database has page texts.
+/// Whether the control record of the master file <path>.mst says that a database has page texts; not
+/// for the path "".
 [[nodiscard]] bool HasFullText(const std::string& path);
 
 /// The databases that `source` names: names and masks ("*", "?") between commas, in any letter case. A mask

@@ -1,6 +1,7 @@
 #include "maint/drop_db.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <ostream>
 
@@ -38,8 +39,10 @@ bool TakeMutex(const app::VelorAppContext* ctx, utils::NamedMutex* mutex, int wa
 
 int VelorDeleteDB0(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out) {
   const std::string name = StringUtils::ToLower(dbName);
-  if (!IsUsableName(name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
+  if (!IsRemovableName(ctx, name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
   if (!CheckMstAvailable(ctx, name, out)) return Fail(velor_32::kNotFound, "DB drop failed", out);
+  if (::access(ctx->dataPath.c_str(), W_OK) != 0)
+    return Fail(velor_32::kNoRecordFiles, "DB drop failed", out);  // before anything is lost
   // The lists come first: until its files are gone the database opens, and a drop that was cut off can be run
   // again.
   {
@@ -55,7 +58,7 @@ int VelorDeleteDB0(app::VelorAppContext* ctx, const std::string& dbName, std::os
 int VelorDeleteDB(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out, int waitSeconds) {
   Say(out, "Delete DB " + dbName);
   const std::string name = StringUtils::ToLower(dbName);
-  if (!IsUsableName(name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
+  if (!IsRemovableName(ctx, name)) return Fail(velor_32::kBadArgument, "DB drop failed", out);
 
   RemoveRests(ctx, name);
   const std::string mutexName = velor_32::DatabaseMutexName(name);

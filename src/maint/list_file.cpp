@@ -1,5 +1,6 @@
 #include "maint/list_file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,6 +25,7 @@ namespace {
 constexpr std::string_view kListEnd = "*****";
 constexpr std::string_view kTreeSeparator = " - ";
 constexpr mode_t kRightsMask = 0777;
+constexpr mode_t kFileRights = 0664;  // less the process mask
 
 /// A line of a list holds one text: line ends and tabs would make another of it.
 std::string OneLine(const std::string& text) {
@@ -33,14 +35,32 @@ std::string OneLine(const std::string& text) {
   return line;
 }
 
+constexpr const char* kOwnFiles = "/proc/self/fd/";
+
+/// A file without a name, -1 where there is none or it could not get one.
+int CreateUnnamed(const std::string& directory) {
+  if (::access(kOwnFiles, X_OK) != 0) return -1;
+  return ::open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, kFileRights);
+}
+
+/// Gives it one. A file of that name is a rest of a process that was killed.
+bool Link(int file, const std::string& path) {
+  const std::string link = kOwnFiles + std::to_string(file);
+  ::unlink(path.c_str());
+  return ::linkat(AT_FDCWD, link.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+/// The file has no name before it is whole, where the file system knows such files: a process that is killed
+/// leaves nothing.
 bool WriteDurably(const std::string& path, std::string_view bytes, const std::string& rightsFrom) {
-  const int file = backup::_lcreat(path.c_str(), 0);
+  const int unnamed = CreateUnnamed(fs::path(path).parent_path().string());
+  const int file = unnamed >= 0 ? unnamed : backup::_lcreat(path.c_str(), 0);
   if (file < 0) return false;
   struct stat old {};
   if (::stat(rightsFrom.c_str(), &old) == 0) (void)::fchmod(file, old.st_mode & kRightsMask);
   const auto size = static_cast<std::int64_t>(bytes.size());
-  const bool isWritten =
-      (size == 0 || backup::_lwrite64(file, bytes.data(), size) == size) && ::fsync(file) == 0;
+  const bool isWritten = (size == 0 || backup::_lwrite64(file, bytes.data(), size) == size) &&
+                         ::fsync(file) == 0 && (unnamed < 0 || Link(file, path));
   return backup::_lclose(file) == 0 && isWritten;
 }
 
@@ -86,8 +106,10 @@ std::size_t ListFile::Find(const std::string& name) const {
         return i;
     return lines_.size();
   }
-  for (std::size_t i = 0; i < end; i += 2)
-    if (StringUtils::EqualsNoCase(StringUtils::Trim(lines_[i]), name)) return i;
+  for (std::size_t i = 0; i < end; i += 2) {
+    while (i < end && StringUtils::Trim(lines_[i]).empty()) ++i;  // between pairs
+    if (i < end && StringUtils::EqualsNoCase(StringUtils::Trim(lines_[i]), name)) return i;
+  }
   return lines_.size();
 }
 

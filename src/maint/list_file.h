@@ -6,10 +6,11 @@
 
 /// Lists of databases, as the menus of the server show them.
 ///
-/// A list is a text file of pairs of lines, name and description; a line of five asterisks may end it. A file
-/// with the extension ".tre" is a tree instead: a line "<name> - <description>" for each database, behind
-/// marks of the level. The file is in UTF-8 or in the code page 1251, and stays as it was found: encoding,
-/// byte order mark, line ends, the asterisks and what follows them.
+/// A list is a text file of pairs of lines, name and description, blank lines between pairs left aside; a
+/// line of five asterisks may end it. A file with the extension ".tre" is a tree instead: a line "<name> -
+/// <description>" for each database, behind marks of the level. The file is in UTF-8 or in the code page
+/// 1251, and stays as it was found: encoding, byte order mark, line ends, the asterisks and what follows
+/// them.
 namespace velor_server_proc {
 
 /// Puts a file in the place of another, or makes it. The bytes go to a file beside it, which then takes its

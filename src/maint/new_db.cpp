@@ -46,12 +46,9 @@ bool Exists(const app::VelorAppContext* ctx, const std::string& name) {
 
 int FindSource(const app::VelorAppContext* ctx, const VelorNewDBContext& params, DatabaseSource* source,
                std::ostream& out) {
-  const auto setting = [&](const char* key, const char* byDefault) {
-    return StringUtils::ToLower(ctx->mainIni->Get("Main", key, byDefault));
-  };
-  source->blank = setting("EmptyDBN", "BLANK");
+  source->blank = BlankName(ctx);
   source->templateDb =
-      params.templateDb.empty() ? setting("EtalonDBN", "ORYX") : StringUtils::ToLower(params.templateDb);
+      params.templateDb.empty() ? TemplateName(ctx) : StringUtils::ToLower(params.templateDb);
   source->blankDirectory = TemplateDirectory(ctx, source->blank);
   if (!params.isFree) source->templateDirectory = TemplateDirectory(ctx, source->templateDb);
   if (source->blankDirectory.empty()) {
@@ -123,10 +120,11 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
                std::ostream& out) {
   Say(out, "NewDB " + db);
   const std::string name = StringUtils::ToLower(db);
-  if (!IsNewName(name)) {
+  const auto refuse = [&] {
     Say(out, "Incorrect database name " + db);
     return velor_32::kBadArgument;
-  }
+  };
+  if (!IsNewName(name)) return refuse();
   const auto leaveAlone = [&] {
     Say(out, "DB already created");
     return kOk;
@@ -134,6 +132,7 @@ int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewD
   if (Exists(ctx, name)) return leaveAlone();
   DatabaseSource source;
   if (int rc = FindSource(ctx, params, &source, out); rc != kOk) return rc;
+  if (IsNameOfTemplateFile(source, name)) return refuse();
 
   const int rc = MakeDatabase(ctx, name, params, source, out);
   return rc == kIsThere ? leaveAlone() : ReportOutcome("NewDB " + name, rc, out);

@@ -16,8 +16,9 @@ namespace velor_server_proc {
 /// entries there. An existing directory of that name, or a parameter file that leads elsewhere, is left
 /// alone, also when it comes from somebody else meanwhile. The directory appears whole, as the last step; the
 /// CatalogueLock is taken for the moment in which it does. Progress goes to `out` and the log.
-/// Result 0, also when the database is there already; -200 for a name that no database can have, -404 without
-/// the empty database or the template, -400 when a file cannot be made.
+/// Result 0, also when the database is there already; -200 for a name that no database can have or that a
+/// file of the template has, -404 without the empty database or the template, -400 when a file cannot be
+/// made.
 int VelorNewDB(app::VelorAppContext* ctx, const std::string& db, const VelorNewDBContext& params,
                std::ostream& out);
 

@@ -64,6 +64,7 @@ std::string Setting(const app::VelorAppContext* ctx, const char* key, const char
 
 std::string Directory(const std::string& base, std::string path) {
   std::ranges::replace(path, '\\', '/');
+  if (path == "." || path == "./") return base;
   path = backup::CorPath(base, path);
   if (!path.empty() && path.back() != '/') path += '/';
   return path;
@@ -123,7 +124,7 @@ std::string FindSection(const app::VelorAppContext* ctx, const std::string& name
 
 void CopySections(const app::VelorAppContext* ctx, const WebEntry& entry, TMemIniFile* ini) {
   std::string source = StringUtils::ToUpper(entry.templateDb);
-  if (!ini->SectionExists(source)) source = StringUtils::ToUpper(Setting(ctx, "EtalonDBN", "ORYX"));
+  if (!ini->SectionExists(source)) source = StringUtils::ToUpper(TemplateName(ctx));
   const std::string target = StringUtils::ToUpper(entry.name);
   velor_01::TStringList lines;
   for (const Section& kind : kSections)
@@ -211,20 +212,22 @@ int RemoveFromWeb(const app::VelorAppContext* ctx, const std::string& name, std:
 int VelorWebAddDB(app::VelorAppContext* ctx, const std::string& dbName, const std::string& fullName,
                   std::ostream& out) {
   const std::string name = StringUtils::ToLower(dbName);
-  if (!IsUsableName(name)) {
+  if (!IsUsableName(name) || IsReservedName(name)) {
     Say(out, "Incorrect database name " + dbName);
     return velor_32::kBadArgument;
   }
   const std::string description = fullName.empty() ? ListedDescription(ctx, name) : fullName;
   const bool isFullText = HasFullText(RecordPath(ctx, name));
+  const bool hasFrontEnd = utils::PathUtil::IsFile(IniPath(ctx, isFullText ? kFullText : kPlain));
+  if (hasFrontEnd && !CheckMstAvailable(ctx, name, out)) return velor_32::kNotFound;
   const CatalogueLock lock(ctx);
-  const int rc = AddToWeb(ctx, {name, description, Setting(ctx, "EtalonDBN", "ORYX"), isFullText}, out);
+  const int rc = AddToWeb(ctx, {name, description, TemplateName(ctx), isFullText}, out);
   return ReportWeb(ctx, name, " Added to Web VELOR list", rc, out);
 }
 
 int VelorWebDelDB(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out) {
   const std::string name = StringUtils::ToLower(dbName);
-  if (!IsUsableName(name)) {
+  if (!IsRemovableName(ctx, name)) {
     Say(out, "Incorrect database name " + dbName);
     return velor_32::kBadArgument;
   }

@@ -40,8 +40,9 @@ int AddToWeb(const app::VelorAppContext* ctx, const WebEntry& entry, std::ostrea
 int RemoveFromWeb(const app::VelorAppContext* ctx, const std::string& name, std::ostream& out);
 
 /// The same as procedures of tools: the outcome goes to `out` and the log. Without a full name the database
-/// keeps the one that a list has for it. They take the CatalogueLock. Results as above, -200 also for a name
-/// that no database can have.
+/// keeps the one that a list has for it. They take the CatalogueLock. Results as above; -200 also for a name
+/// that no database can have, for adding one of the system, for removing one that new databases are made
+/// from; -404 also for adding one that does not open, which is told.
 int VelorWebAddDB(app::VelorAppContext* ctx, const std::string& dbName, const std::string& fullName,
                   std::ostream& out);
 int VelorWebDelDB(app::VelorAppContext* ctx, const std::string& dbName, std::ostream& out);

@@ -137,8 +137,10 @@ TEST_F(Databases, NamesThatAreRefused) {
     EXPECT_EQ(New(name), "NewDB " + std::string(name) + "\nIncorrect database name " + name + "\n");
     EXPECT_EQ(Drop(name), "Delete DB " + std::string(name) + "\nDB drop failed\n");
   }
-  for (const char* name : {"x.y", "x.par", "@x"})
+  for (const char* name : {"x.y", "x.par", "@x", "card"})
     EXPECT_EQ(New(name), "NewDB " + std::string(name) + "\nIncorrect database name " + name + "\n");
+  for (const char* name : {"Oryx", "blank"})
+    EXPECT_EQ(Drop(name), "Delete DB " + std::string(name) + "\nDB drop failed\n");
   EXPECT_EQ(Names("datai"), kTemplates);
 }
 
@@ -266,6 +268,8 @@ TEST_F(Databases, ListsStayAsTheyAre) {
        "old\r\nx\r\nnew\r\nН\r\n*****\r\n", "old\r\nx\r\n*****\r\n"},
       {"blank lines at the end", "f.mnu", "old\r\nx\r\n\r\n\r\n", "old\r\nx\r\nnew\r\nН\r\n\r\n\r\n",
        "old\r\nx\r\n\r\n\r\n"},
+      {"blank lines between pairs", "i.mnu", "a\r\nA\r\n\r\nnew\r\nx\r\n", "a\r\nA\r\n\r\nnew\r\nН\r\n",
+       "a\r\nA\r\n\r\n"},
       {"a tree", "g.TRE", "all - x\r\n\told - y\r\n\tNEW - z\r\n", "all - x\r\n\told - y\r\n\tnew - Н\r\n",
        "all - x\r\n\told - y\r\n"},
       {"new in a tree", "h.tre", "old - y\r\n", "old - y\r\nnew - Н\r\n", "old - y\r\n"},
@@ -352,6 +356,9 @@ TEST_F(Databases, TheWebFrontEnd) {
     EXPECT_EQ(after.find(gone), std::string::npos) << gone;
   EXPECT_NE(after.find("[BOOKS_PROF]"), std::string::npos) << "it is the section of another database";
 
+  for (const char* name : {"x", "y"}) New(name, {.isFree = true});
+  VelorWebDelDB(ctx(), "x", out);
+  VelorWebDelDB(ctx(), "y", out);
   const std::string beside = "." + std::to_string(getpid());
   fs::create_directory(ini + beside);
   out.str("");
