@@ -55,6 +55,9 @@ class IndexDiagnosis {
     isTreeSound_ = root > 0 && root <= nodeBlocks_ && CheckNodes();
     if (!isTreeSound_) Tell(kNodeFault);
     if (!CheckLeaves()) Tell(kLeafFault);
+    if (badKeys_ > kMostKeys || isCut_)
+      Tell("error if file IFP: " + std::string(isCut_ ? "at least " : "") +
+           std::to_string(badKeys_ - kMostKeys) + " more keys");
   }
 
  private:
@@ -63,8 +66,7 @@ class IndexDiagnosis {
     message_ += line;
   }
   void TellKey(std::string_view key) {
-    ++badKeys_;
-    Tell("error if file IFP Key=" + std::string(key));
+    if (++badKeys_ <= kMostKeys) Tell("error if file IFP Key=" + std::string(key));
   }
 
   /// With another marker the sizes are those of the files. Files without a byte are an empty dictionary.
@@ -137,7 +139,7 @@ class IndexDiagnosis {
     int ends = 0;  // leaves that none stands behind
     for (std::int32_t number = 1; number <= leafBlocks_; ++number) {
       if (app::CheckStopProcess(space_->app)) {
-        Tell("Process stop");
+        Tell(kStopped);
         return isSound;
       }
       TTermBlock block;
@@ -155,13 +157,14 @@ class IndexDiagnosis {
   /// Keys ascend in every block on the way, so that where the first and the last key of a leaf are led to it,
   /// those in between are.
   void CheckKeys(const TTermBlock& leaf, std::int32_t number, PostingCheck& postings) {
-    for (int i = 1; i <= leaf.count && badKeys_ < kMostKeys; ++i) {
+    for (int i = 1; i <= leaf.count && !isCut_; ++i) {
       const velor_01::TKeyItem& item = leaf.item(i);
       const std::int64_t offset =
           backup::MakeInt64(static_cast<std::uint32_t>(item.low), static_cast<std::uint32_t>(item.high));
       const bool isAtEnd = i == 1 || i == leaf.count;
       const bool isFound = !isTreeSound_ || !isAtEnd || LeadsTo(leaf.key(i), number);
       if (!isFound || !postings.IsSound(offset)) TellKey(leaf.key(i));
+      isCut_ = badKeys_ >= kMostKeys && postings.wasted() > end_;
     }
   }
 
@@ -181,7 +184,14 @@ class IndexDiagnosis {
   std::int32_t leafBlocks_ = 0;
   bool isTreeSound_ = false;
   int badKeys_ = 0;
+  bool isCut_ = false;  // chains that lead into each other would cost the square of the keys
 };
+
+std::string WhyNotLocked(const velor_01::TVelorSpace* space, int result) {
+  if (app::CheckStopProcess(space->app)) return kStopped;
+  if (result == velor_32::kLocked) return "database locked";
+  return "database not locked, error " + std::to_string(result);
+}
 
 }  // namespace
 
@@ -190,11 +200,11 @@ int VelorLnk_Diagnostik(VelorAContext* settings, velor_01::TVelorSpace* space, s
   return velor_32::AtEdge([&] {
     const BuildLock lock(space, settings->relayRecTime);
     if (lock.result() != velor_32::kOk) {
-      message = "database locked";
+      message = WhyNotLocked(space, lock.result());
       return lock.result();
     }
     if (velor_32::HasAdditionalIndexes(space)) {
-      for (int k = 1; k <= velor_01::kMaxTermIndexes; ++k)
+      for (int k = 1; k <= velor_01::kMaxTermIndexes && !app::CheckStopProcess(space->app); ++k)
         IndexDiagnosis(space, k, *space->trmIndex[k - 1], message).Run();
     } else {
       IndexDiagnosis(space, 0, *space->trmMain, message).Run();

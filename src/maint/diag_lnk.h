@@ -15,8 +15,10 @@ namespace velora {
 ///   "error in file N01", "... L01"    a block is damaged, or the blocks do not belong together
 ///   "error if file IFP Key=<key>"     the search does not find the term, or its postings are damaged; the
 ///                                     first 100 of an index are told
-///   "database locked"                 nothing was looked at
-/// Holds the database lock meanwhile. Result 0; -300 when the lock was not had.
+///   "error if file IFP: <n> more keys"  those not told; "at least" when there is more damage than time
+///   "database locked", "database not locked, error <code>"  nothing was looked at
+///   "Process stop"                    the rest was not looked at
+/// Holds the database lock meanwhile. Result 0; -300 or -400 when the lock was not had.
 int VelorLnk_Diagnostik(VelorAContext* settings, velor_01::TVelorSpace* space, std::string& message);
 
 }  // namespace velora

@@ -67,7 +67,8 @@ class RecordDiagnosis {
     int rc = raw_.Read(space_, mfn);
     if (rc == velor_32::kDamaged && isLast)
       AwaitLastRecord([&] { return (rc = raw_.Read(space_, mfn)) != velor_32::kDamaged; });
-    if (rc == velor_32::kPhysicallyDeleted || (rc == velor_32::kOk && raw_.isDeleted())) return;
+    if (rc == velor_32::kOk && raw_.isDeleted()) rc = velor_32::VelorRecord(space_, kShelf, mfn, true);
+    if (rc == velor_32::kPhysicallyDeleted || rc == velor_32::kDeleted) return;
     if (rc != velor_32::kOk) {
       Report(mfn, "Error read record.");
       return;

@@ -18,9 +18,9 @@ namespace velora {
 /// the others to "<name>_wrong_records.txt", in text form with the header line.
 ///
 /// Records are changed by ordinary updates, each under the rules of its locks: a record that somebody holds
-/// is left alone, which its line tells. `replaceInvalid` puts blanks for bad characters. `removeInvalid`
-/// deletes what is still invalid logically, and stores anew a record that only the length in its leader was
-/// wrong of. Without these two nothing is changed.
+/// is left alone, which its line tells. `replaceInvalid` puts blanks for bad characters, in records that a
+/// reader accepts. `removeInvalid` deletes what is still invalid logically, and stores anew a record that is
+/// whole and only badly packed. The exported text is that from before. Without these two nothing is changed.
 /// Result: 0, whatever was found; -400 when a report cannot be created. `hasReport` receives whether anything
 /// was found.
 int VelorDiagRecords(velor_01::TVelorSpace* space, const VelorDiagContext& params, std::ostream& out,

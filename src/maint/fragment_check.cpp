@@ -76,12 +76,12 @@ bool FragmentCheck::Open() {
 }
 
 /// A record needs an image or an entry. Where the files are too small for the number that the control record
-/// gives, that number is damaged, and no memory is asked for.
+/// gives, that number is damaged, and no memory is asked for. A negative one counts as a large one.
 bool FragmentCheck::PrepareTable() {
-  const std::int64_t count = std::int64_t{control_.nxtmfn} - 1;
+  const std::int64_t count = static_cast<std::uint32_t>(control_.nxtmfn) - 1;
   const std::int64_t possible =
       std::max({kSmallTable, FileSize(mstFile_) / kLeaderSize, FileSize(xrfFile_) / kXrfEntrySize});
-  bool isPrepared = count >= 0 && count <= possible;
+  bool isPrepared = count <= possible;
   if (isPrepared) {
     try {
       offsets_.assign(static_cast<std::size_t>(count), 0);
@@ -113,9 +113,7 @@ bool FragmentCheck::ScanMaster() {
 
 void FragmentCheck::ReportProgress(std::int64_t offset, std::int64_t size) {
   const int tenths = static_cast<int>(offset * 10 / std::max<std::int64_t>(size, 1));
-  if (tenths <= tenths_) return;
-  tenths_ = tenths;
-  findings_.Tell(std::to_string(tenths * 10) + "%");
+  while (tenths_ < tenths) findings_.Tell(std::to_string(++tenths_ * 10) + "%");
 }
 
 void FragmentCheck::TakeImage(const MasterScan::Piece& piece) {

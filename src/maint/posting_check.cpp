@@ -96,8 +96,10 @@ bool PostingCheck::IsSound(std::int64_t offset) {
   const std::int64_t before = room_;
   const bool isSpecial = head.nextHigh == velor_01::kSpecialMark;
   const bool isSound = isSpecial ? CheckSpecialBlock(offset, head) : CheckChain(offset, head.total);
-  if (!isSound) room_ = before;  // it may have gone through the space of others
-  return isSound;
+  if (isSound) return true;
+  wasted_ += before - room_;
+  room_ = before;  // it may have gone through the space of others
+  return false;
 }
 
 }  // namespace velora

@@ -20,6 +20,9 @@ class PostingCheck {
   /// The chain that begins at `offset` is in order.
   [[nodiscard]] bool IsSound(std::int64_t offset);
 
+  /// Bytes that were gone through for chains that are not: there is no bound to them.
+  [[nodiscard]] std::int64_t wasted() const { return wasted_; }
+
  private:
   bool ReadHead(std::int64_t offset, velor_01::TifpHeader* head);
   bool TakeSpace(std::int64_t offset, const velor_01::TifpHeader& head, int slotSize);
@@ -31,6 +34,7 @@ class PostingCheck {
   FileWindow window_;
   FileWindow specials_;  // for special blocks, which are read in turn with the segments they name
   std::int64_t room_;    // bytes that no chain has taken yet
+  std::int64_t wasted_ = 0;
   bool isFullText_;
   std::string last_;  // posting before, as in the file; empty before the first
 };

@@ -86,12 +86,19 @@ int RawRecord::ReadDirectory(std::int64_t got) {
 
 void RawRecord::Judge(std::string* text) {
   const bool isBad = leader_.length <= kLeaderSize || leader_.base < kLeastBase || leader_.nvf <= 0 ||
-                     leader_.version <= 0 || leader_.base != dataStart();
+                     leader_.version <= 0 || directory_.empty() || (leader_.base != dataStart() && !HasGap());
   if (isBad) {
     isFaulty_ = true;
     AppendOnce("Error in lider. ", text);
   }
   JudgeDirectory(text);
+}
+
+/// The data begins some bytes behind the directory, as the length bears out.
+bool RawRecord::HasGap() const {
+  std::int64_t end = leader_.base;
+  for (const TDirEntry& field : directory_) end += std::max(field.len, 0);
+  return leader_.base > dataStart() && HasLength(leader_.length, end);
 }
 
 void RawRecord::JudgeDirectory(std::string* text) {
@@ -125,8 +132,9 @@ int RawRecord::Load(TVelorSpace* space, bool* isSalvaged) const {
 /// the fields before it. -1 when it does not lie in the image either way.
 std::int64_t RawRecord::FieldStart(std::size_t index) const {
   const TDirEntry& entry = directory_[index];
+  const std::int64_t data = HasGap() ? leader_.base : dataStart();
   for (const std::int32_t position : {positions_[index], entry.pos}) {
-    const std::int64_t start = dataStart() + position;
+    const std::int64_t start = data + position;
     if (position >= 0 && start + entry.len <= leader_.length) return start;
   }
   return -1;

@@ -20,7 +20,7 @@ class RawRecord {
   void Judge(std::string* text);
   /// The record does not hold what it should; its content is in doubt.
   [[nodiscard]] bool isFaulty() const { return isFaulty_; }
-  /// Only the length in the leader was wrong.
+  /// The record is whole, but its length in the leader was wrong, or bytes lie between directory and data.
   [[nodiscard]] bool isMended() const { return isMended_ && !isFaulty_; }
   [[nodiscard]] bool isDeleted() const { return (xrfStatus_ & velor_01::kStatusDeleted) != 0; }
 
@@ -34,6 +34,7 @@ class RawRecord {
   int Salvage(velor_01::TVelorSpace* space) const;
   [[nodiscard]] std::int64_t FieldStart(std::size_t index) const;
   [[nodiscard]] std::int64_t dataStart() const;
+  [[nodiscard]] bool HasGap() const;
 
   int mfn_ = 0;  // in the whole database
   int mstFile_ = -1;

@@ -204,6 +204,8 @@ TEST_F(DiagnosticsTest, MasterAndCrossReferenceAreMadeToAgree) {
        "2", "5"},
       {"a next number that is none", [](Image& i) { Poke(i.mst, 4, 0x7FFFFFFF); },
        "failed to allocate 17179869168\n", "", "", true},
+      {"a next number of 0", [](Image& i) { Poke(i.mst, 4, 0); }, "failed to allocate 34359738360\n", "", "",
+       true},
       {"a control record that was cut", [](Image& i) { i.mst.resize(20); }, "read != sizeof(Tcntmst)\n", "",
        "", true},
   };
@@ -430,12 +432,13 @@ TEST_F(DiagnosticsTest, BytesOfFields) {
   const velor_32::SpacePointer holder = Open();
   ASSERT_EQ(velor_32::VelorRecLockTime(holder.get(), 0, 2, 5), 0);
   const velora::VelorDiagContext correct{
-      .checkEncoding = true, .replaceInvalid = true, .removeInvalid = true};
+      .checkEncoding = true, .replaceInvalid = true, .removeInvalid = true, .exportInvalid = true};
   const std::string locked = "Record is locked, not written. ";
   EXPECT_EQ(Rec(correct), kReport + line + "Unavailable char is corrected. " + locked + "\n");
   EXPECT_EQ(velor_32::VelorRecUnLockTime(holder.get(), 2, 5), 0);
   EXPECT_EQ(Rec(correct), kReport + line + "Unavailable char is corrected. \n");
   EXPECT_EQ(Readable()[2], (Fields{{200, "a z"}, {300, " q"}}));
+  EXPECT_NE(Read("workdir/blank_wrong_records.txt").find("a\x01z"), std::string::npos) << "as it was";
   EXPECT_EQ(Rec(correct), kOk);
   EXPECT_EQ(Remaining(), "");
 }
@@ -449,6 +452,22 @@ TEST_F(DiagnosticsTest, WhatWasSalvagedReplacesNoRecord) {
   EXPECT_EQ(Read("datai/blank/blank.mst"), base.Mst());
   EXPECT_EQ(Rec({.replaceInvalid = true, .removeInvalid = true}), kReport + line);
   EXPECT_EQ(Readable()[1], (Fields{{200, "a\xFF"}, {400, "more"}}));
+  base.PokeEntry(1, kFirst, 1).WriteTo(DatabasePath());
+  EXPECT_EQ(Rec(), kReport + std::string("1: Error read record.\n")) << "a deleted record is read";
+}
+
+TEST_F(DiagnosticsTest, BytesBeforeTheDataAreNoReasonToDelete) {
+  Image image = Small();
+  image.mst.insert(ImageOf(2) + 56, 4, '\0');
+  Poke(image.mst, ImageOf(2) + 4, kImage + 4);
+  Poke(image.mst, ImageOf(2) + 16, 60);
+  Poke(image.mst, 8, static_cast<std::uint32_t>(image.mst.size()));
+  Write(image);
+  const Records before = Readable();
+  EXPECT_EQ(Rec({.removeInvalid = true}), kReport + std::string("2: Error in lider is corrected. \n"));
+  EXPECT_EQ(velor_32::VelorRecord(Open().get(), 0, 2), 0);
+  EXPECT_EQ(Readable(), before);
+  EXPECT_EQ(Rec(), kOk);
 }
 
 TEST_F(DiagnosticsTest, AReportThatCannotBeCreatedIsAFailure) {
@@ -608,6 +627,13 @@ TEST_F(DictionaryDamageTest, IsTold) {
     EXPECT_EQ(Lnk(), c.said);
     EXPECT_EQ(velor_32::VelorIsDBLocked(Open().get()), 0);
   }
+}
+
+TEST_F(DictionaryDamageTest, IsCountedWhereItIsTooMuchToTell) {
+  Damage(".ifp", [](std::string& file) { std::fill(file.begin() + 64, file.end(), '\xFF'); });
+  const std::string said = Lnk();  // 300 of the 301 terms lie behind
+  EXPECT_EQ(std::count(said.begin(), said.end(), '\n'), 103) << said;
+  EXPECT_TRUE(said.ends_with("\nerror if file IFP: 200 more keys\n" + std::string(kReport))) << said;
 }
 
 TEST_F(DiagnosticsTest, WildFragmentsInTheControlRecordEndWithTheFiles) {
