@@ -418,7 +418,8 @@ TEST_F(Databases, ADropFreesTheNameInOneStep) {
   New("x", {.isFree = true});
   for (int i = 0; i < 5000; ++i) Write("datai/x/" + std::to_string(i), "");
   std::thread maker([&] {
-    while (fs::exists(File("datai/x"))) std::this_thread::yield();
+    for (int waited = 0; waited < 5000 && fs::exists(File("datai/x")); ++waited)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     const CatalogueLock lock(ctx());
     EXPECT_FALSE(fs::exists(File("datai/x.par")));
   });
