@@ -12,6 +12,7 @@
 #include <random>
 #include <thread>
 
+#include "storage/term_journal.h"
 #include "storage/term_tree.h"
 #include "support/dictionary.h"
 #include "support/kill_at_write.h"
@@ -289,6 +290,8 @@ TEST(KilledWriters, LeaveAWholeDictionary) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status)) << WEXITSTATUS(status);
     dictionary.Open();
+    // As whoever takes the mutex of a dead writer over: a segment that lies on two pages may be half written.
+    velor_32::UndoTermChange(*dictionary.space()->trmMain);
     for (const auto& [term, postings] : dictionary.Read(false))
       ASSERT_TRUE(std::includes(whole[term].begin(), whole[term].end(), postings.begin(), postings.end(),
                                 test::PostingLess()));
