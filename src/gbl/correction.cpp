@@ -8,6 +8,7 @@
 #include "gbl/run_settings.h"
 #include "gbl/task_run.h"
 #include "storage/codes.h"
+#include "storage/maintenance_context.h"
 #include "storage/master_file.h"
 #include "utils/text_util.h"
 
@@ -31,8 +32,7 @@ class Walk {
     ctx_.dbName = backup::GetDbNameEK(space);
     ctx_.recordDone = recordDone;
     ctx_.pool = pool;
-    const utils::IniFile* ini = space->app->mainIni.get();
-    ctx_.lazyGlobal = ini != nullptr && ini->Get("MAIN", "LAZY_GLOBAL", "") == "1";
+    ctx_.lazyGlobal = velora::MainText(*space->app, "LAZY_GLOBAL", "") == "1";
   }
 
   void Run();

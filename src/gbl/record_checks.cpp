@@ -5,6 +5,7 @@
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
+#include "storage/maintenance_context.h"
 #include "storage/process.h"
 #include "utils/log_util.h"
 #include "utils/path_util.h"
@@ -18,9 +19,9 @@ namespace {
 
 constexpr int kMaxOutput = 32000;
 
-std::string Setting(const app::VelorAppContext& ctx, const char* section, const char* key,
-                    const char* byDefault) {
-  const std::string value = ctx.mainIni ? ctx.mainIni->Get(section, key, byDefault) : byDefault;
+/// In lower case; an empty value is none.
+std::string FileNameOf(const app::VelorAppContext& ctx, const char* key, const char* byDefault) {
+  const std::string value = velora::MainText(ctx, key, byDefault);
   return utils::StringUtils::ToLower(value.empty() ? byDefault : value);
 }
 
@@ -44,12 +45,12 @@ int RunFormat(velor_01::TVelorSpace* space, int slot, const std::string& format)
 void LoadAutomaticInput(const velor_01::TVelorSpace* space, velor_01::TStringList* task) {
   task->Clear();
   if (space == nullptr || space->app == nullptr) return;
-  const std::string name = Setting(*space->app, "MAIN", "AUTOINFILE", "autoin.gbl");
+  const std::string name = FileNameOf(*space->app, "AUTOINFILE", "autoin.gbl");
   task->LoadFromFile(xpft::TableDirectory(space->app, space->path) + name);
 }
 
 std::string LogicControlName(const app::VelorAppContext& ctx) {
-  return Setting(ctx, "Main", "DBNFLC", "dbnflc");
+  return FileNameOf(ctx, "DBNFLC", "dbnflc");
 }
 
 bool HasLogicControl(const velor_01::TVelorSpace* space, const std::string& databaseDirectory,

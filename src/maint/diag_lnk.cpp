@@ -28,10 +28,6 @@ constexpr int kMostKeys = 100;  // that are told; a dictionary with so many is b
 constexpr char kNodeFault[] = "error in file N01";
 constexpr char kLeafFault[] = "error in file L01";
 
-std::int64_t FileSize(int handle) {
-  return backup::_llseek(handle, 0, SEEK_END);
-}
-
 bool Ascend(std::string_view a, std::string_view b) {
   return utils::CompareUtf8(a, b) < 0;
 }
@@ -72,9 +68,9 @@ class IndexDiagnosis {
   /// With another marker the sizes are those of the files. Files without a byte are an empty dictionary.
   bool CheckControl() {
     velor_01::Tifp_MaxFileSize control;
-    const std::int64_t size = FileSize(index_.ifp);
-    const std::int64_t mostNodes = FileSize(index_.n01) / kTermBlockSize;
-    const std::int64_t mostLeaves = FileSize(index_.l01) / kTermBlockSize;
+    const std::int64_t size = utils::FileSize(index_.ifp);
+    const std::int64_t mostNodes = utils::FileSize(index_.n01) / kTermBlockSize;
+    const std::int64_t mostLeaves = utils::FileSize(index_.l01) / kTermBlockSize;
     end_ = size;
     nodeBlocks_ = static_cast<std::int32_t>(mostNodes);
     leafBlocks_ = static_cast<std::int32_t>(mostLeaves);

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 
 #include "maint/diagnosis.h"
@@ -11,21 +10,18 @@
 #include "storage/edge.h"
 #include "storage/master_file.h"
 #include "storage/record_read.h"
+#include "storage/xrf_entries.h"
 #include "utils/file_layer.h"
 
 namespace velora {
 
+using utils::FileSize;
 using velor_01::kXrfEntrySize;
 using velor_01::TNew_Xrf;
 
 namespace {
 
-constexpr int kBlockEntries = 4096;
 constexpr int kEntriesBetweenPolls = 1 << 20;
-
-std::int64_t FileSize(int handle) {
-  return backup::_llseek(handle, 0, SEEK_END);
-}
 
 void AddLine(const std::string& line, std::string* message) {
   if (!message->empty()) *message += '\n';
@@ -51,31 +47,14 @@ void ComplainOfRemains(const velor_01::TVelorSpace* space, int fragment, std::st
   if (mstFile >= 0) backup::_lclose(mstFile);
 }
 
-/// Gives the entries `first` to `last` to `visit` in blocks, in file order of their words. Stops where the
-/// file ends, and when `visit` gives false.
-template <class Visit>
-void VisitBlocks(int xrfFile, std::int64_t first, std::int64_t last, Visit&& visit) {
-  std::array<TNew_Xrf, kBlockEntries> block;
-  while (first <= last) {
-    const std::int64_t wanted = std::min<std::int64_t>(kBlockEntries, last - first + 1);
-    const std::int64_t got = utils::ReadSomeAt(xrfFile, kXrfEntrySize * (first - 1), block.data(),
-                                               static_cast<std::size_t>(wanted * kXrfEntrySize)) /
-                             kXrfEntrySize;
-    if (got > 0 && !visit(first, block.data(), got)) return;
-    if (got < wanted) return;
-    first += got;
-  }
-}
-
 /// Number of the last entry behind `first` that is not zero; `first` without one.
 std::int64_t LastEntryInUse(int xrfFile, std::int64_t first) {
   std::int64_t last = first;
-  VisitBlocks(xrfFile, first + 1, FileSize(xrfFile) / kXrfEntrySize,
-              [&](std::int64_t mfn, const TNew_Xrf* entries, std::int64_t count) {
-                for (std::int64_t i = 0; i < count; ++i)
-                  if (entries[i].offsetLow || entries[i].offsetHigh || entries[i].flags) last = mfn + i;
-                return true;
-              });
+  velor_32::VisitXrfEntries(xrfFile, first + 1, FileSize(xrfFile) / kXrfEntrySize,
+                            [&](int mfn, const TNew_Xrf& entry) {
+                              if (entry.offsetLow || entry.offsetHigh || entry.flags) last = mfn;
+                              return true;
+                            });
   return last;
 }
 
@@ -127,17 +106,11 @@ bool CheckFragment(velor_01::TVelorSpace* space, int fragment, MfnRange range, v
   CheckSizes(files, control, message);
   const MfnRange own = LocalRange(space, fragment, range, std::max(control.nxtmfn, 1) - 1);
   bool isStopped = false;
-  VisitBlocks(files.xrfFile, own.from, own.to, [&](std::int64_t mfn, TNew_Xrf* entries, std::int64_t count) {
-    for (std::int64_t i = 0; i < count; ++i) {
-      backup::ntoh_velor_struct(&entries[i], backup::kXrfStruct);
-      const int local = static_cast<int>(mfn + i);
-      const auto isGood = [&] { return IsGoodEntry(files, local, entries[i]); };
-      const auto isGoodNow = [&] {
-        return velor_32::ReadEntryAt(files.xrfFile, local, &entries[i]) && isGood();
-      };
-      if (!isGood() && !(local == control.nxtmfn - 1 && AwaitLastRecord(isGoodNow)))
-        bad->Add(static_cast<int>(velor_32::GlobalMfn(space, fragment, local)));
-    }
+  velor_32::VisitXrfEntries(files.xrfFile, own.from, own.to, [&](int mfn, TNew_Xrf& entry) {
+    const auto isGood = [&] { return IsGoodEntry(files, mfn, entry); };
+    const auto isGoodNow = [&] { return velor_32::ReadEntryAt(files.xrfFile, mfn, &entry) && isGood(); };
+    if (!isGood() && !(mfn == control.nxtmfn - 1 && AwaitLastRecord(isGoodNow)))
+      bad->Add(static_cast<int>(velor_32::GlobalMfn(space, fragment, mfn)));
     isStopped = (mfn - own.from) % kEntriesBetweenPolls == 0 && app::CheckStopProcess(space->app);
     return !isStopped;
   });

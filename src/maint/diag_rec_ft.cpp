@@ -18,7 +18,6 @@
 #include "storage/record_status.h"
 #include "storage/record_update.h"
 #include "storage/term_read.h"
-#include "utils/ini_file.h"
 #include "utils/int_list.h"
 #include "utils/string_utils.h"
 #include "utils/text_util.h"
@@ -34,11 +33,6 @@ constexpr int kUpdateTimeout = 5;  // seconds
 constexpr int kDefaultLinkTag = 955;
 constexpr int kOwnerTag = 1;  // of a page: GUID of its catalogue record
 
-std::string Setting(const TVelorSpace* space, const char* key, const char* byDefault) {
-  const auto& ini = space->app->mainIni;
-  return ini ? ini->Get("MAIN", key, byDefault) : byDefault;
-}
-
 class PageDiagnosis {
  public:
   PageDiagnosis(TVelorSpace* space, velor_01::TStringList* report)
@@ -46,8 +40,8 @@ class PageDiagnosis {
         pages_(space->textSpace),
         report_(report),
         linkTag_(MainNumber(*space->app, "PDF_FileName_Tag", kDefaultLinkTag)),
-        linkSubfield_(Setting(space, "PDF_FileName_Tag_Subfield", "A")),
-        prefix_(utils::StringUtils::ToUpper(Setting(space, "PDF_GUID_PREFIX", "GUID="))) {}
+        linkSubfield_(MainText(*space->app, "PDF_FileName_Tag_Subfield", "A")),
+        prefix_(utils::StringUtils::ToUpper(MainText(*space->app, "PDF_GUID_PREFIX", "GUID="))) {}
 
   void Run(MfnRange range) {
     const int last = ClipRange(space_, 0, 0).to;

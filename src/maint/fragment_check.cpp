@@ -1,7 +1,6 @@
 #include "maint/fragment_check.h"
 
 #include <algorithm>
-#include <array>
 #include <new>
 
 #include "storage/app_context.h"
@@ -9,10 +8,12 @@
 #include "storage/master_file.h"
 #include "storage/record_image.h"
 #include "storage/record_read.h"
+#include "storage/xrf_entries.h"
 #include "utils/file_layer.h"
 
 namespace velora {
 
+using utils::FileSize;
 using velor_01::kControlSize;
 using velor_01::kLeaderSize;
 using velor_01::kXrfEntrySize;
@@ -20,7 +21,6 @@ using velor_01::TNew_Xrf;
 
 namespace {
 
-constexpr int kBlockEntries = 3200;
 constexpr std::int64_t kSmallTable = 1 << 16;  // records whose table is made without further thought
 constexpr std::int32_t kKnownFlags = velor_01::kStatusDeleted | velor_01::kStatusPhysicallyDeleted |
                                      velor_01::kStatusNotActualized | velor_01::kStatusLocked |
@@ -28,10 +28,6 @@ constexpr std::int32_t kKnownFlags = velor_01::kStatusDeleted | velor_01::kStatu
 constexpr std::int32_t kFlagsOfImage =
     velor_01::kStatusDeleted | velor_01::kStatusNotActualized | velor_01::kStatusFullTextNotActualized;
 constexpr TNew_Xrf kNoImage = {0, 0, velor_01::kStatusPhysicallyDeleted};
-
-std::int64_t FileSize(int handle) {
-  return backup::_llseek(handle, 0, SEEK_END);
-}
 
 bool IsSame(const TNew_Xrf& a, const TNew_Xrf& b) {
   return a.offsetLow == b.offsetLow && a.offsetHigh == b.offsetHigh && a.flags == b.flags;
@@ -160,19 +156,11 @@ void FragmentCheck::ReportDamage(const MasterScan::Piece& piece, std::int64_t si
 /// Gives each entry in use to `visit`. False when the file ends before they do.
 template <class Visit>
 bool FragmentCheck::VisitEntries(Visit&& visit) {
-  std::array<TNew_Xrf, kBlockEntries> block;
-  for (std::int64_t mfn = 1; mfn <= lastMfn_; mfn += kBlockEntries) {
-    const std::int64_t wanted = std::min<std::int64_t>(kBlockEntries, lastMfn_ - mfn + 1);
-    const std::int64_t got = utils::ReadSomeAt(xrfFile_, kXrfEntrySize * (mfn - 1), block.data(),
-                                               static_cast<std::size_t>(wanted * kXrfEntrySize));
-    for (std::int64_t i = 0; i < got / kXrfEntrySize; ++i) {
-      TNew_Xrf& entry = block[static_cast<std::size_t>(i)];
-      backup::ntoh_velor_struct(&entry, backup::kXrfStruct);
-      visit(static_cast<int>(mfn + i), entry);
-    }
-    if (got < wanted * kXrfEntrySize) return false;
-  }
-  return true;
+  const auto visitAll = [&](int mfn, const TNew_Xrf& entry) {
+    visit(mfn, entry);
+    return true;
+  };
+  return velor_32::VisitXrfEntries(xrfFile_, 1, lastMfn_, visitAll) > lastMfn_;
 }
 
 void FragmentCheck::LengthenXrf() {

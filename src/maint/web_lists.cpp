@@ -11,6 +11,7 @@
 #include "maint/parameter_file.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
+#include "storage/maintenance_context.h"
 #include "utils/path_util.h"
 #include "utils/string_utils.h"
 
@@ -58,10 +59,6 @@ struct FrontEnd {
 constexpr FrontEnd kPlain = {"velor_server.ini", "dbn_web.mnu"};
 constexpr FrontEnd kFullText = {"velor_server_ft.ini", "dbn_web_ft.mnu"};
 
-std::string Setting(const app::VelorAppContext* ctx, const char* key, const char* byDefault) {
-  return ctx->mainIni->Get("MAIN", key, byDefault);
-}
-
 std::string Directory(const std::string& base, std::string path) {
   std::ranges::replace(path, '\\', '/');
   if (path == "." || path == "./") return base;
@@ -71,13 +68,13 @@ std::string Directory(const std::string& base, std::string path) {
 }
 
 std::string WebDirectory(const app::VelorAppContext* ctx) {
-  return Directory(ctx->execDir, Setting(ctx, "WEBVELOR", ""));
+  return Directory(ctx->execDir, velora::MainText(*ctx, "WEBVELOR", ""));
 }
 
 /// "" without a web front end.
 std::string IniPath(const app::VelorAppContext* ctx, const FrontEnd& frontEnd) {
   const std::string directory = WebDirectory(ctx);
-  return directory.empty() ? "" : directory + Setting(ctx, "WEBVELOR_INI_NAME", frontEnd.iniName);
+  return directory.empty() ? "" : directory + velora::MainText(*ctx, "WEBVELOR_INI_NAME", frontEnd.iniName);
 }
 
 /// Relative paths of the web INI file begin in the directory of the front end.

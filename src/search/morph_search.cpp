@@ -6,18 +6,14 @@
 #include "search/tmthrd_32.h"
 #include "storage/app_context.h"
 #include "storage/codes.h"
+#include "storage/maintenance_context.h"
 
 namespace velor_server_proc {
 
 namespace {
 
-std::string MainKey(const velor_01::TVelorSpace* space, std::string_view key) {
-  const auto& ini = space->app->mainIni;
-  return ini ? ini->Get("MAIN", key, "") : std::string();
-}
-
 void SetUpMorphology(velor_01::TVelorSpace* space, std::ostream& out) {
-  const std::string name = MainKey(space, "MORPH");
+  const std::string name = velora::MainText(*space->app, "MORPH", "");
   if (name.empty()) {
     Tmthrd_32::ClearMorph(space);
     return;
@@ -32,8 +28,9 @@ int FreeSearchWithMorph(velor_01::TVelorSpace* space, std::string& expression, v
                         std::ostream& out) {
   if (!space || !space->app) return velor_32::kNoSpace;
   SetUpMorphology(space, out);
-  return Search18::VelorFreeVelorSearch(space, expression, result, MainKey(space, "BlockSearch") == "1",
-                                        MainKey(space, "UpDownSearchResult") == "1");
+  return Search18::VelorFreeVelorSearch(space, expression, result,
+                                        velora::MainText(*space->app, "BlockSearch", "") == "1",
+                                        velora::MainText(*space->app, "UpDownSearchResult", "") == "1");
 }
 
 }  // namespace velor_server_proc

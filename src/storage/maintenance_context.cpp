@@ -54,6 +54,10 @@ int MainNumber(const app::VelorAppContext& ctx, const char* key, int byDefault) 
   return utils::TextUtil::Int32ParseExact(ctx.mainIni->Get("Main", key, "").c_str(), byDefault);
 }
 
+std::string MainText(const app::VelorAppContext& ctx, const char* key, const char* byDefault) {
+  return ctx.mainIni != nullptr ? ctx.mainIni->Get("Main", key, byDefault) : byDefault;
+}
+
 void VelorA_close(VelorAContext* context) {
   delete context;
 }

@@ -31,6 +31,9 @@ VelorAContext* VelorA_init(app::VelorAppContext* ctx);
 /// A number of section Main; `byDefault` without an INI file, and for a value that is none.
 [[nodiscard]] int MainNumber(const app::VelorAppContext& ctx, const char* key, int byDefault);
 
+/// A text of section Main; `byDefault` without an INI file or the key.
+[[nodiscard]] std::string MainText(const app::VelorAppContext& ctx, const char* key, const char* byDefault);
+
 /// Frees the context; null is ignored.
 void VelorA_close(VelorAContext* context);
 

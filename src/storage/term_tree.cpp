@@ -172,10 +172,6 @@ namespace {
 constexpr std::int64_t kIfpStep = 1000000;  // bytes
 constexpr std::int64_t kBlockStep = 1000;   // blocks
 
-std::int64_t FileSize(int handle) {
-  return _llseek(handle, 0, SEEK_END);
-}
-
 bool WriteZeros(int handle, std::int64_t offset, std::int64_t length) {
   const std::vector<char> zeros(static_cast<std::size_t>(length));
   return utils::WriteAt(handle, offset, zeros.data(), zeros.size());
@@ -187,7 +183,7 @@ bool HasSizes(const Tifp_MaxFileSize& control) {
 
 bool AppendIfp(int handle, Tifp_MaxFileSize* control, const void* buffer, int length) {
   const std::int64_t end = MakeInt64(control->sizeLow, control->sizeHigh);
-  const std::int64_t size = FileSize(handle);
+  const std::int64_t size = utils::FileSize(handle);
   if (end < static_cast<std::int64_t>(sizeof *control) || end > size) return false;  // a damaged record
   if (size < end + length) {
     const std::int64_t growth = length >= kIfpStep ? length + kIfpStep : kIfpStep;
@@ -201,7 +197,7 @@ bool AppendIfp(int handle, Tifp_MaxFileSize* control, const void* buffer, int le
 bool ExpandBlocks(int handle, const Tifp_MaxFileSize& control, std::int32_t* used, std::int32_t blocks) {
   constexpr std::int64_t kSize = velor_01::kTermBlockSize;
   if (!HasSizes(control) || *used >= blocks) return true;
-  const std::int64_t size = FileSize(handle);
+  const std::int64_t size = utils::FileSize(handle);
   if (*used < 0 || *used * kSize > size) return false;  // a damaged record
   const std::int64_t end = (std::int64_t{*used} + 1) * kSize;
   if (size <= end + kSize && !WriteZeros(handle, end, kBlockStep * kSize)) return false;
@@ -212,7 +208,7 @@ bool ExpandBlocks(int handle, const Tifp_MaxFileSize& control, std::int32_t* use
 }  // namespace
 
 std::int64_t GetIfpMaxFileSize(int handle, const Tifp_MaxFileSize& control) {
-  return HasSizes(control) ? MakeInt64(control.sizeLow, control.sizeHigh) : FileSize(handle);
+  return HasSizes(control) ? MakeInt64(control.sizeLow, control.sizeHigh) : utils::FileSize(handle);
 }
 
 bool _write_ifp(int handle, Tifp_MaxFileSize* control, const void* buffer, std::int64_t offset, int length) {

@@ -1,24 +1,22 @@
 #include "storage/xrf_info.h"
 
 #include <algorithm>
-#include <array>
 
 #include "storage/app_context.h"
 #include "storage/codes.h"
 #include "storage/edge.h"
 #include "storage/master_file.h"
 #include "storage/record_read.h"
-#include "utils/file_layer.h"
+#include "storage/xrf_entries.h"
 #include "utils/int_list.h"
 
 namespace velor_32 {
 
-using velor_01::kXrfEntrySize;
 using velor_01::TNew_Xrf;
 
 namespace {
 
-constexpr int kBlockEntries = 3200;
+constexpr int kEntriesBetweenPolls = 3200;
 
 /// Gives each entry of one file, from `localMfn` on, to `visit(localMfn, flags)` until that returns false.
 /// Result false when it did, or on a stop request.
@@ -27,22 +25,14 @@ bool VisitFile(const TVelorSpace* space, int fragment, std::int64_t localMfn, Vi
   const FilePair files = ReadHandles(space, fragment);
   velor_01::Tcntmst control;
   if (!ReadControl(files.mstFile, &control)) return true;
-  std::array<TNew_Xrf, kBlockEntries> block;
-  while (localMfn < control.nxtmfn) {
-    if (app::CheckStopProcess(space->app)) return false;
-    const std::int64_t wanted = std::min<std::int64_t>(kBlockEntries, control.nxtmfn - localMfn);
-    const std::int64_t got = utils::ReadSomeAt(files.xrfFile, kXrfEntrySize * (localMfn - 1), block.data(),
-                                               static_cast<std::size_t>(wanted * kXrfEntrySize));
-    const std::int64_t entries = std::max<std::int64_t>(got, 0) / kXrfEntrySize;
-    for (std::int64_t i = 0; i < entries; ++i) {
-      TNew_Xrf& entry = block[static_cast<std::size_t>(i)];
-      backup::ntoh_velor_struct(&entry, backup::kXrfStruct);
-      if (!visit(static_cast<int>(localMfn + i), entry.flags)) return false;
-    }
-    if (entries < wanted) return true;
-    localMfn += entries;
-  }
-  return true;
+  bool goOn = true;
+  VisitXrfEntries(files.xrfFile, localMfn, std::int64_t{control.nxtmfn} - 1,
+                  [&](int mfn, const TNew_Xrf& entry) {
+                    const bool polls = (mfn - localMfn) % kEntriesBetweenPolls == 0;
+                    goOn = !(polls && app::CheckStopProcess(space->app)) && visit(mfn, entry.flags);
+                    return goOn;
+                  });
+  return goOn;
 }
 
 /// The same over all files, with the numbers of the whole database.

@@ -191,4 +191,8 @@ std::int64_t ReadSomeAt(int handle, std::int64_t offset, void* buf, std::size_t 
   });
 }
 
+std::int64_t FileSize(int handle) {
+  return backup::_llseek(handle, 0, SEEK_END);
+}
+
 }  // namespace utils

@@ -68,4 +68,7 @@ namespace utils {
 /// The bytes read, fewer than `len` only at the end of the file; -1 on an error or a negative offset.
 std::int64_t ReadSomeAt(int handle, std::int64_t offset, void* buf, std::size_t len);
 
+/// Bytes of an open file, -1 on an error. The file position does not count, and may move.
+[[nodiscard]] std::int64_t FileSize(int handle);
+
 }  // namespace utils
