@@ -133,7 +133,10 @@ int ExecuteCORREC(GblCtx* ctx, TVelorSpace* space, int slot, int index) {
       ctx->spaces.ClearHits();
       ctx->correcHits = CORREC(ctx, space, slot, lines.Line(index + 1), lines.Line(index + 2),
                                lines.Line(index + 3), lines.Has(index + 4) ? lines.Line(index + 4) : "");
-      if (ctx->remoteEnd > index) return ctx->remoteEnd;
+      if (ctx->remoteEnd > index) {
+        ctx->inCorrec = 0;  // its END was run there, too
+        return ctx->remoteEnd;
+      }
     }
     ctx->correcLoopLine = index + kCorrecLength;
     return ctx->correcLoopLine;
