@@ -41,7 +41,7 @@ Work Begin(GblCtx* ctx, Target record, const std::string& tag, const std::string
   return work;
 }
 
-/// Runs a format on the record into a list of lines; empty lines at the end do not count, others do.
+/// Runs a format on the record into a list of lines.
 bool EvaluateLines(Work& work, const std::string& format, std::vector<std::string>* lines) {
   std::string output;
   if (!Evaluate(work.ctx, work.record, format, kShownOfValue, &output)) return false;
@@ -53,9 +53,7 @@ bool EvaluateLines(Work& work, const std::string& format, std::vector<std::strin
 bool TakeOccurrences(Work& work) {
   ReadOccurrences(work.record, work.tag, &work.ctx->workLines);
   work.count = static_cast<int>(work.ctx->workLines.size());
-  if (!IsWithin(work.selection, work.count)) return false;
-  work.selection.first = std::max(work.selection.first, 1);
-  return true;
+  return IsWithin(work.selection, work.count);
 }
 
 int Finish(Work& work, bool dropBare) {
@@ -100,7 +98,7 @@ int AddSubfields(Work& work, Target to, const std::string& subfield, const std::
 
   std::vector<std::string> sources;
   ReadOccurrences(work.record, work.tag, &sources);
-  for (int k = std::max(first, 1); k <= std::min(last, work.count); ++k) {
+  for (int k = first; k <= std::min(last, work.count); ++k) {
     const int line = byLines ? k - 1 : 0;
     const bool hasLine = line < static_cast<int>(lines.size());
     const std::string added = hasLine ? "^" + subfield + lines[static_cast<std::size_t>(line)] : "";

@@ -4,7 +4,6 @@
 
 #include "format/format_run.h"
 #include "storage/codes.h"
-#include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/process.h"
 #include "utils/log_util.h"
@@ -95,12 +94,10 @@ std::string_view LineAt(const std::vector<std::string>& lines, int i) {
   return lines[static_cast<std::size_t>(i)];
 }
 
-std::string MasterPath(const GblCtx* ctx, const TVelorSpace* space) {
-  std::string name = ctx->dbName;
-  std::vector<std::string> directories;
-  const app::VelorAppContext* app = space->app;
-  if (backup::OpenDb(app->execDir, app->dataPath, &name, &directories) != kOk) return {};
-  return directories[backup::kRecordDirectory] + name;
+std::string MasterPath(GblCtx* ctx, const TVelorSpace* space) {
+  int rc = kOk;
+  const auto database = ctx->pool->Find(space->app, ctx->dbName, &rc);
+  return database ? database->path : std::string();
 }
 
 int LogException(const char* name, const char* what, int onFailure) {

@@ -108,7 +108,7 @@ void SplitLines(std::string_view output, std::vector<std::string>* lines);
 [[nodiscard]] std::string_view LineAt(const std::vector<std::string>& lines, int i);
 
 /// Path of the record files of the current database, without extension; empty when it has no parameter file.
-[[nodiscard]] std::string MasterPath(const GblCtx* ctx, const velor_01::TVelorSpace* space);
+[[nodiscard]] std::string MasterPath(GblCtx* ctx, const velor_01::TVelorSpace* space);
 
 /// Runs the body of an operator; what it throws is logged under its name and gives `onFailure`.
 int LogException(const char* name, const char* what, int onFailure);

@@ -197,14 +197,15 @@ int VelorGblRec(TVelorSpace* space, int slot, const velor_01::TStringList* task,
 }
 
 void HashRecord(TVelorSpace* space, int slot, std::string& out) {
-  std::string content;
+  out.clear();  // the content first: its memory is used again for the next record
   const int count = velor_32::Velornfields(space, slot);
   for (int i = 1; i <= count; ++i) {
     int tag = 0;
     const std::string_view text = velor_32::FieldText(space, slot, i, &tag);
-    content.append(std::to_string(tag)).append(text);
+    out.append(std::to_string(tag)).append(text);
   }
-  out = utils::Md5Hex(content);
+  const std::string sum = utils::Md5Hex(out);
+  out.assign(sum.data(), sum.size());
 }
 
 }  // namespace velor_server_proc

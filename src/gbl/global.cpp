@@ -13,7 +13,6 @@
 #include "storage/bulk_writer.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
-#include "storage/maintenance_context.h"
 #include "storage/master_file.h"
 #include "storage/opened_database.h"
 #include "storage/record_lock.h"
@@ -22,7 +21,6 @@
 #include "storage/shelf.h"
 #include "utils/output_file.h"
 #include "utils/path_util.h"
-#include "utils/string_utils.h"
 
 namespace velor_server_proc {
 
@@ -36,9 +34,9 @@ constexpr std::string_view kLineEnd = "\r\n";
 
 class Global {
  public:
-  Global(app::VelorAppContext* ctx, std::string database, std::string task, const VelorGlobalContext& params,
-         std::ostream& out)
-      : ctx_(ctx), database_(std::move(database)), taskName_(std::move(task)), params_(params), out_(out) {}
+  Global(app::VelorAppContext* ctx, const std::string& database, std::string task,
+         const VelorGlobalContext& params, std::ostream& out)
+      : ctx_(ctx), taskName_(std::move(task)), params_(params), out_(out), database_(ctx, database, out) {}
 
   int Run();
 
@@ -52,15 +50,14 @@ class Global {
   void Report(TVelorSpace* space, int slot, int result, const std::string& errors,
               const std::string& protocol, bool isWritten);
   int Finish();
+  [[nodiscard]] TVelorSpace* space() const { return database_.space(); }
 
   app::VelorAppContext* ctx_;
-  std::string database_;
   std::string taskName_;
   VelorGlobalContext params_;
   std::ostream& out_;
+  const OpenedDatabase database_;
 
-  velor_32::SpacePointer space_;
-  std::unique_ptr<velora::VelorAContext, velora::VelorACloser> maintenance_;
   velor_01::TStringList autoin_;
   global::TaskText task_;
   velora::OutputFile report_;
@@ -75,14 +72,10 @@ class Global {
 };
 
 int Global::Run() {
-  int result = kOk;
-  space_.reset(VelorOpenDb(ctx_, database_, out_, &result));
-  if (!space_) return result;
+  if (!database_.isReady()) return database_.result();
   out_ << "Global" << std::endl;
-  LogTool("Global " + database_ + " " + taskName_);
-  if (params_.autoin) LoadAutomaticInput(space_.get(), &autoin_);
-  maintenance_.reset(velora::VelorA_init(ctx_));
-  if (!maintenance_) return velor_32::kNoMemory;
+  LogTool("Global " + database_.name() + " " + taskName_);
+  if (params_.autoin) LoadAutomaticInput(space(), &autoin_);
   if (int rc = LoadTask(); rc != kOk) return rc;
   if (!params_.logFile.empty()) static_cast<void>(report_.Create(params_.logFile));
   if (int rc = PrepareSelection(); rc != kOk) return rc;
@@ -94,22 +87,23 @@ int Global::LoadTask() {
   const std::string path =
       utils::PathUtil::IsFile(taskName_)
           ? taskName_
-          : xpft::LookupFile(ctx_, xpft::VelorPath::kDatabase, space_->path, taskName_ + ".gbl", true);
+          : xpft::LookupFile(ctx_, xpft::VelorPath::kDatabase, space()->path, taskName_ + ".gbl", true);
   velor_01::TStringList lines;
   if (!path.empty()) lines.LoadFromFile(path);
   if (lines.GetCount() == 0)
-    return Refuse((path.empty() ? "Task file not found " : "Task file empty ") + database_ + " " + taskName_,
-                  velor_32::kNotFound);
+    return Refuse(
+        (path.empty() ? "Task file not found " : "Task file empty ") + database_.name() + " " + taskName_,
+        velor_32::kNotFound);
   task_ = global::ReadTask(ctx_, lines);
   return kOk;
 }
 
 int Global::PrepareSelection() {
-  if (int rc = velora::ResolveSearch(space_.get(), &params_, &found_, out_); rc != kOk) {
-    LogTool("Global " + database_ + " error " + std::to_string(rc));
+  if (int rc = velora::ResolveSearch(space(), &params_, &found_, out_); rc != kOk) {
+    LogTool("Global " + database_.name() + " error " + std::to_string(rc));
     return Refuse("Error " + std::to_string(rc), rc);
   }
-  scan_ = std::make_unique<velora::RecordFilter>(space_.get());
+  scan_ = std::make_unique<velora::RecordFilter>(space());
   if (params_.scan.empty()) return kOk;
   const std::string format = velora::ScanFormat(params_.scan);
   out_ << "scan expr: " << format << std::endl;
@@ -137,15 +131,15 @@ void Global::CorrectAll() {
     errors_ = errors;
     protocol_ = protocol;
   };
-  runner_ = std::make_unique<GblRecRunner>(space_.get(), std::move(context));
-  velor_32::VelorBulkStart(space_.get());
-  velora::VisitSelection(space_.get(), params_, [this](int mfn) { Correct(mfn); });
-  velor_32::VelorBulkStop(space_.get());
-  report_.Close();
+  runner_ = std::make_unique<GblRecRunner>(space(), std::move(context));
+  velor_32::VelorBulkStart(space());
+  velora::VisitSelection(space(), params_, [this](int mfn) { Correct(mfn); });
+  velor_32::VelorBulkStop(space());
+  if (!report_.Close()) Refuse("Global write error: " + params_.logFile, velor_32::kNoRecordFiles);
 }
 
 void Global::Correct(int mfn) {
-  TVelorSpace* space = space_.get();
+  TVelorSpace* space = database_.space();
   const int read = velor_32::VelorRecord(space, kSlot, mfn);
   if (read != kOk && read != velor_32::kDeleted) return;
   // What the file says of a lock is no right to the record that somebody holds.
@@ -169,11 +163,11 @@ void Global::Correct(int mfn) {
 }
 
 int Global::Write() {
-  TVelorSpace* space = space_.get();
+  TVelorSpace* space = database_.space();
   const auto linkedFileChanged = indexing::DefaultFullTextHooks().linkedFileChanged;
   if (space->isFullText && linkedFileChanged && linkedFileChanged(space, kSlot))
     velor_32::Velorrecftunactualize(space, kSlot);
-  const int timeout = maintenance_->relayRecTime;
+  const int timeout = database_.relayRecTime();
   int result = kOk;
   int indexResult = kOk;
   velor_32::VelorRecUpdateTime(space, kSlot, false, params_.ifUpdate, timeout, &result, &indexResult);
@@ -205,14 +199,14 @@ void Global::Report(TVelorSpace* space, int slot, int result, const std::string&
 
 int Global::Finish() {
   if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;
-  return ReportOutcome("Global " + database_, result_, out_);
+  return ReportOutcome("Global " + database_.name(), result_, out_);
 }
 
 }  // namespace
 
 int VelorGlobal(app::VelorAppContext* ctx, const std::string& database, const std::string& taskName,
                 const VelorGlobalContext& params, std::ostream& out) {
-  return Global(ctx, utils::StringUtils::ToLower(database), taskName, params, out).Run();
+  return Global(ctx, database, taskName, params, out).Run();
 }
 
 }  // namespace velor_server_proc

@@ -187,7 +187,7 @@ TEST_F(GlobalFaultsTest, ARecordThatSomebodyHoldsStaysAsItIs) {
   ExpectWhole({9, 0, 9});
 }
 
-TEST_F(GlobalFaultsTest, VeryManyHitsNeedFewFilesAndLittleMemory) {
+TEST_F(GlobalFaultsTest, VeryManyHitsNeedFewFiles) {
   constexpr int kRecords = 5000;
   Fill(kRecords);
   Write("all.gbl", ForHits("'W='$", "'1'"));
