@@ -22,7 +22,6 @@
 #include "storage/database_open.h"
 #include "storage/fields.h"
 #include "storage/maintenance_context.h"
-#include "storage/record_lock.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
@@ -377,12 +376,7 @@ int Import::StoreUnderFreedNumber() {
 }
 
 int Import::Store() {
-  int result = kOk;
-  int indexResult = kOk;
-  velor_32::VelorRecUpdateTime(space_.get(), slot_, false, updateIndex_, maintenance_->relayRecTime, &result,
-                               &indexResult);
-  if (result == kOk) velor_32::VelorRecCleanMtxTime(space_.get(), slot_, maintenance_->relayRecTime);
-  return result;
+  return velor_32::StoreRecord(space_.get(), slot_, updateIndex_, maintenance_->relayRecTime);
 }
 
 void Import::Count(int result) {

@@ -12,7 +12,6 @@
 #include "storage/fields.h"
 #include "storage/maintenance_context.h"
 #include "storage/master_file.h"
-#include "storage/record_lock.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
@@ -123,10 +122,8 @@ OtherRecords::Written OtherRecords::Write(TVelorSpace* space, int slot) {
   if (context_.ifUpdate) tables_.LendTo(space);
   // The update reads the version before into the slot behind: without one it would take that of the record.
   if (context_.ifUpdate && space->shelfCount < slot + 2) velor_32::VelorInitAltShelf(space, slot + 2);
-  velor_32::VelorRecUpdateTime(space, slot, false, context_.ifUpdate, lockTimeout_, &written.result,
-                               &written.indexResult);
+  written.result = velor_32::StoreRecord(space, slot, context_.ifUpdate, lockTimeout_, &written.indexResult);
   if (context_.ifUpdate) tables_.TakeBack(space);
-  if (written.result == kOk) velor_32::VelorRecCleanMtxTime(space, slot, lockTimeout_);
   return written;
 }
 

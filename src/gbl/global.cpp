@@ -15,7 +15,6 @@
 #include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/opened_database.h"
-#include "storage/record_lock.h"
 #include "storage/record_status.h"
 #include "storage/record_update.h"
 #include "storage/shelf.h"
@@ -167,12 +166,7 @@ int Global::Write() {
   const auto linkedFileChanged = indexing::DefaultFullTextHooks().linkedFileChanged;
   if (space->isFullText && linkedFileChanged && linkedFileChanged(space, kSlot))
     velor_32::Velorrecftunactualize(space, kSlot);
-  const int timeout = database_.relayRecTime();
-  int result = kOk;
-  int indexResult = kOk;
-  velor_32::VelorRecUpdateTime(space, kSlot, false, params_.ifUpdate, timeout, &result, &indexResult);
-  if (result == kOk) velor_32::VelorRecCleanMtxTime(space, kSlot, timeout);
-  return result;
+  return velor_32::StoreRecord(space, kSlot, params_.ifUpdate, database_.relayRecTime());
 }
 
 /// What became of a record, in the report file; failures go to the log where there is none.

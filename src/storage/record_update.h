@@ -25,6 +25,11 @@ int VelorRecUpdate0(TVelorSpace* space, int shelf, bool keepLock, bool checkDbLo
 int VelorRecUpdateTime(TVelorSpace* space, int shelf, bool keepLock, bool updateIf, int timeoutSeconds,
                        int* result, int* ifResult);
 
+/// What a tool does with a record of its own: VelorRecUpdateTime without a lock that stays, and when that
+/// stored it VelorRecCleanMtxTime (record_lock.h). Result: that of the update; `ifResult`, which may be null,
+/// receives that of the index.
+int StoreRecord(TVelorSpace* space, int shelf, bool updateIf, int timeoutSeconds, int* ifResult = nullptr);
+
 /// Deletes a record physically: its entry becomes {0, 0, 2}, its number may be taken again. The image is no
 /// longer reachable; postings are the caller's business. Results 0, -100, -140, -141, -300, -400.
 int VelorRecPhysDel0(TVelorSpace* space, int mfn, bool checkDbLock);

@@ -98,4 +98,13 @@ int VelorRecCleanMtxTime(TVelorSpace* space, int shelf, int timeoutSeconds) {
   return UnderDatabaseMutex(space, timeoutSeconds, [&] { return VelorRecCleanMtx0(space, shelf, true); });
 }
 
+int StoreRecord(TVelorSpace* space, int shelf, bool updateIf, int timeoutSeconds, int* ifResult) {
+  int result = kOk;
+  int indexResult = kOk;
+  VelorRecUpdateTime(space, shelf, false, updateIf, timeoutSeconds, &result, &indexResult);
+  if (ifResult != nullptr) *ifResult = indexResult;
+  if (result == kOk) VelorRecCleanMtxTime(space, shelf, timeoutSeconds);
+  return result;
+}
+
 }  // namespace velor_32
