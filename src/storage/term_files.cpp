@@ -13,6 +13,7 @@
 #include "utils/file_layer.h"
 #include "utils/path_util.h"
 #include "utils/string_list.h"
+#include "utils/utf8_order.h"
 
 namespace velor_32 {
 
@@ -109,7 +110,7 @@ int OpenIndex(TVelorSpace* space, const char* path, int mode) {
 }
 
 /// The keys lie in the block, behind the items, and have room there side by side: so any part of them fits
-/// into an empty block.
+/// into an empty block. The last is not below the first: so a walk to blocks of ever higher keys has an end.
 bool HasSoundKeys(const TTermBlock& block) {
   const int itemsEnd = kBlockHeadSize + kKeyItemSize * block.count;
   if (itemsEnd > kTermBlockSize) return false;
@@ -120,7 +121,8 @@ bool HasSoundKeys(const TTermBlock& block) {
     if (item.pos < itemsEnd || item.pos + item.len > kTermBlockSize) return false;
     keyBytes += item.len;
   }
-  return itemsEnd + keyBytes <= kTermBlockSize;
+  return itemsEnd + keyBytes <= kTermBlockSize &&
+         (block.count < 2 || utils::CompareUtf8(block.key(1), block.key(block.count)) < 0);
 }
 
 std::int64_t BlockOffset(std::int32_t number) {

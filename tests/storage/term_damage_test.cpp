@@ -110,6 +110,18 @@ TEST(DamagedChains, HideNoTerms) {
   }
 }
 
+/// Blocks that follow each other in a circle end a walk only because the keys of sound blocks ascend.
+TEST(DamagedBlocks, WithDescendingKeysAreRefused) {
+  Dictionary dictionary;
+  for (const char* term : {"A", "C"}) ASSERT_EQ(dictionary.Insert(term, {1, 1, 1, 1}), 0);
+  std::string leaves = dictionary.dir().Read("d.l01");
+  std::swap(leaves[velor_01::kTermBlockSize - 1], leaves[velor_01::kTermBlockSize - 2]);
+  dictionary.dir().Write("d.l01", leaves);
+  Poke(dictionary, "d.l01", 4, {1, 1});  // the block before and the one behind it: itself
+  EXPECT_EQ(dictionary.Find("D"), "-401 D");
+  EXPECT_EQ(dictionary.Delete("D", {1, 1, 1, 1}), -401);
+}
+
 /// Keys that share their bytes would not fit into the halves of a divided block.
 TEST(DamagedBlocks, WithKeysOnTopOfEachOtherAreRefused) {
   Dictionary dictionary;
