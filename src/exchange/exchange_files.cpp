@@ -13,9 +13,7 @@
 namespace velora {
 
 std::string WorkDirectory(const app::VelorAppContext* ctx) {
-  std::string path = fmt_64::GetWorkDir(ctx, ctx->execDir);
-  if (path.empty()) path = ctx->execDir + "workdir/";
-  if (path.back() != '/') path += '/';
+  std::string path = fmt_64::WorkDirectoryPath(ctx);
   std::error_code ignored;  // what cannot be made shows when a file in it cannot be created
   std::filesystem::create_directories(path, ignored);
   return path;

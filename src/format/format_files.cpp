@@ -90,7 +90,7 @@ Directories PlacesOf(const app::VelorAppContext* ctx, VelorPath kind, const std:
     case VelorPath::kSystem:
       return {ctx->execDir};
     case VelorPath::kWork:
-      return {WithSlash(fmt_64::GetWorkDir(ctx, ctx->execDir))};
+      return {fmt_64::WorkDirectoryPath(ctx)};
     case VelorPath::kData:
       return {ctx->dataPath};
     case VelorPath::kDeposit:

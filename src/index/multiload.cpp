@@ -46,10 +46,7 @@ int GetNumber(const utils::IniFile& ini, const char* section, const char* key, i
 }
 
 std::string WorkDirectory(const app::VelorAppContext* app) {
-  const std::string base = fmt_64::GetExecDir(app);
-  std::string directory = fmt_64::GetWorkDir(app, base);
-  if (directory.empty()) directory = base + "workdir/";
-  if (directory.back() != '/') directory += '/';
+  const std::string directory = fmt_64::WorkDirectoryPath(app);
   // A worker would read a relative one from another place.
   return utils::PathUtil::IsPathRooted(directory) ? directory : std::filesystem::absolute(directory).string();
 }

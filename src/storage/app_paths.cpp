@@ -95,6 +95,11 @@ std::string GetDepositPath(const app::VelorAppContext* ctx, std::string_view bas
   return GetDirectory(ctx, "DepositPath", base, "datai/deposit/");
 }
 
+std::string WorkDirectoryPath(const app::VelorAppContext* ctx) {
+  const std::string path = GetWorkDir(ctx, GetExecDir(ctx));
+  return path.empty() ? GetExecDir(ctx) + "workdir/" : WithSlash(path);
+}
+
 void velor_set_options(app::VelorAppContext* ctx, bool, bool decompiled, bool) {
   ctx->decompiledFormats = decompiled;
 }

@@ -32,6 +32,10 @@ std::string GetDataPath(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetWorkDir(const app::VelorAppContext* ctx, std::string_view base);
 std::string GetDepositPath(const app::VelorAppContext* ctx, std::string_view base);
 
+/// GetWorkDir as the tools and the formats use it: with "/" at the end, and "workdir" of the system directory
+/// for an empty value.
+std::string WorkDirectoryPath(const app::VelorAppContext* ctx);
+
 /// Stores whether formats are kept in decompiled form. The first and the third flag have no effect.
 void velor_set_options(app::VelorAppContext* ctx, bool reserved1, bool decompiled, bool reserved3);
 

@@ -84,7 +84,11 @@ TEST_F(AppContext, PathsAreReadAnew) {
   LoadIni("[MAIN]\nDatapath=.\\DATA\\\nworkdir=/Work\\Tmp\n");
   EXPECT_EQ(fmt_64::GetDataPath(ctx_.get(), "/srv/"), "/srv/data/");
   EXPECT_EQ(fmt_64::GetWorkDir(ctx_.get(), "/srv/"), "/Work/Tmp");
+  EXPECT_EQ(fmt_64::WorkDirectoryPath(ctx_.get()), "/Work/Tmp/");
   EXPECT_EQ(fmt_64::GetDepositPath(ctx_.get(), "/srv/"), "/srv/datai/deposit/");
+  LoadIni("[MAIN]\nworkdir=\n");
+  fmt_64::velor_init_ExecDir(ctx_.get(), "/sys");
+  EXPECT_EQ(fmt_64::WorkDirectoryPath(ctx_.get()), "/sys/workdir/") << "not the current directory";
 }
 
 TEST_F(AppContext, ParseTabTakesNumbersBetweenAnything) {
