@@ -11,6 +11,7 @@
 #include "storage/app_paths.h"
 #include "storage/codes.h"
 #include "storage/database_open.h"
+#include "storage/master_file.h"
 #include "utils/code_page.h"
 #include "utils/path_util.h"
 #include "utils/string_utils.h"
@@ -22,8 +23,6 @@ namespace {
 
 using utils::PathUtil;
 using Directories = std::vector<std::string>;
-
-constexpr std::string_view kCompanionMark = "--text";
 
 std::string WithSlash(std::string path) {
   if (!path.empty() && path.back() != '/') path += '/';
@@ -39,7 +38,7 @@ std::string NameOfDatabase(const std::string& database) {
   if (!IsPath(database)) return database;
   std::string folder = PathUtil::GetFileName(PathUtil::GetDirectoryName(database));
   const std::string file = PathUtil::GetFileName(database);
-  return file == "text" && folder.ends_with(kCompanionMark) ? folder : file;
+  return file == "text" && folder.ends_with(velor_32::kCompanionMark) ? folder : file;
 }
 
 /// The directories that the parameter file names; empty without one. They are kept by data directory and

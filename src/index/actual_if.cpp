@@ -73,7 +73,7 @@ int ActualIf::CollectByStatus() {
 }
 
 void ActualIf::CollectRange(int mfnFrom, int mfnTo) {
-  const int last = velor_32::Velormaxmfn(space_.get()) - 1;
+  const int last = velor_32::LastMfn(space_.get());
   const int to = mfnTo < 1 ? last : std::min(mfnTo, last);
   const int from = std::max(mfnFrom, 1);
   out_ << "Using mfn range from " << from << " to " << to << std::endl;
@@ -91,11 +91,11 @@ void ActualIf::CollectList(const std::string& listFile) {
 /// Makes the records of the list ones that are to be actualized.
 void ActualIf::ForceAll() {
   work_ = velora::IndexWork::kRepair;
-  const int end = velor_32::Velormaxmfn(space_.get());
+  const int last = velor_32::LastMfn(space_.get());
   velor_32::VelorBulkStart(space_.get());
   for (const int mfn : records_.Items()) {
     if (app::CheckStopProcess(app_)) break;
-    if (mfn >= 1 && mfn < end) ForceUnactual(mfn);
+    if (mfn >= 1 && mfn <= last) ForceUnactual(mfn);
   }
   velor_32::VelorBulkStop(space_.get());
 }

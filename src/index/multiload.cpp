@@ -316,8 +316,8 @@ pid_t MyWinExec(const char* commandLine) {
 
 int Multi_VelorRecTerms(VelorAContext* ctx, velor_01::TVelorSpace* space, const RecordingJob& job) {
   return velor_32::AtEdge([&] {
-    const int count = velor_32::Velormaxmfn(space) - 1;
-    if (count < 0) return velor_32::kNoRecordFiles;
+    if (velor_32::Velormaxmfn(space) < 1) return velor_32::kNoRecordFiles;
+    const int count = velor_32::LastMfn(space);
     const int workerCount = std::min(ctx->multiload, WorkerNumbers::kPerRun);
     std::vector<Keys> assignments;
     for (int i = 1; i <= workerCount; ++i) {
@@ -327,7 +327,7 @@ int Multi_VelorRecTerms(VelorAContext* ctx, velor_01::TVelorSpace* space, const 
                              {"CatalogOnly", job.select == recif::kCatalogLines ? "1" : "0"},
                              {"FullText", job.select == recif::kFullTextLines ? "1" : "0"}});
     }
-    Workers workers(ctx, backup::GetDbNameEK(space), "");
+    Workers workers(ctx, backup::GetOwnName(space), "");  // its workers write beside the files of this space
     int rc = RunAll(ctx, &workers, kRecordMode, assignments, AdmOperation::kTerms);
     if (rc == kOk) rc = MergeRecordings(job.stem, workerCount);
     if (rc == kOk) rc = MergeRecordings(job.textStem, workerCount);

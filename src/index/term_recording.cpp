@@ -98,7 +98,7 @@ class Recorder : public recif::TermSink {
   int RecordRange() {
     const int count = velor_32::Velormaxmfn(space_);
     if (count < 0) return count;
-    const int last = std::min(job_.mfnTo, count - 1);
+    const int last = std::min(job_.mfnTo, velor_32::LastMfn(space_));
     for (std::int64_t mfn = job_.mfnFrom; mfn <= last; ++mfn) {
       if (app::CheckStopProcess(space_->app)) return kStopped;
       if (velor_32::VelorRecord(space_, shelf_, static_cast<int>(mfn), true) == kOk)

@@ -31,7 +31,6 @@ constexpr std::string_view RESERVDBN[] = {
 
 /// Separators, signs of masks and lists, the mark of a database on another server, brackets of INI sections.
 constexpr std::string_view kRefusedCharacters = "/\\*?,%[]=";
-constexpr std::string_view kCompanionMark = "--text";  // the opening would cut it off
 
 std::vector<std::string> Existing(const app::VelorAppContext* ctx, const std::string& mask) {
   std::vector<std::string> names;
@@ -57,7 +56,8 @@ bool IsUsableName(std::string_view name) {
   const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' '; };
   return !name.empty() && name.front() != '.' && name == StringUtils::Trim(name) &&
          name.find_first_of(kRefusedCharacters) == std::string_view::npos &&
-         name.find(kCompanionMark) == std::string_view::npos && std::ranges::none_of(name, isControl);
+         name.find(velor_32::kCompanionMark) == std::string_view::npos &&
+         std::ranges::none_of(name, isControl);
 }
 
 bool IsNewName(std::string_view name) {

@@ -149,7 +149,7 @@ int WriteProtocol(app::VelorAppContext* ctx, const std::string& name, const velo
   if (!message.empty()) protocol.Line(message);
   if (bad.GetCount() > 0) protocol.Line("bad mfns");
   for (int i = 0; i < bad.GetCount(); ++i) protocol.Line(std::to_string(bad.Get(i)));
-  return velor_32::kOk;
+  return protocol.Close(out);
 }
 
 }  // namespace

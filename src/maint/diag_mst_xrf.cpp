@@ -26,7 +26,7 @@ std::string WhyNotLocked(velor_01::TVelorSpace* space, int result) {
 int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool repair, std::ostream& out,
                     int timeoutSeconds, bool* hasReport) {
   DiagReport report;
-  const std::string name = DatabaseFileName(space);
+  const std::string name = backup::GetOwnName(space);
   if (!report.Create(settings->app, name + ".diagmstxrf.txt", out)) return velor_32::kNoRecordFiles;
   Findings findings(out, report);
   std::unique_ptr<BuildLock> lock;
@@ -39,7 +39,7 @@ int VelorDiagMstXrf(VelorAContext* settings, velor_01::TVelorSpace* space, bool 
     if (findings.hasFaults() && !repair) findings.Tell("errors found");
   }
   *hasReport = findings.hasFaults();
-  return velor_32::kOk;
+  return report.Close(out);
 }
 
 }  // namespace velora

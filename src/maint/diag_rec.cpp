@@ -38,24 +38,32 @@ class RecordDiagnosis {
 
   /// False when one cannot be created.
   bool CreateReports(std::ostream& out) {
-    const std::string name = DatabaseFileName(space_);
+    const std::string name = backup::GetOwnName(space_);
     const app::VelorAppContext* ctx = space_->app;
     return protocol_.Create(ctx, name + "_protocol.txt", out) &&
            (!params_.exportValid || valid_.Create(ctx, name + "_records.txt", out)) &&
            (!params_.exportInvalid || invalid_.Create(ctx, name + "_wrong_records.txt", out));
   }
 
-  void Run() {
+  void Run(std::ostream& out) {
     const MfnRange range = ClipRange(space_, params_.mfnFrom, params_.mfnTo);
     for (int mfn = range.from; mfn <= range.to; ++mfn) {
       if ((mfn - range.from) % kRecordsBetweenPolls == 0 && app::CheckStopProcess(space_->app)) {
         hasReport_ = true;
         protocol_.Line(kStopped);
+        out << kStopped << '\n';
         return;
       }
       CheckRecord(mfn, mfn == range.to);
     }
     ReportLostFragments(range.to);
+  }
+  /// Result: 0 or -400.
+  int CloseReports(std::ostream& out) {
+    int rc = velor_32::kOk;
+    for (DiagReport* report : {&protocol_, &valid_, &invalid_})
+      if (const int closed = report->Close(out); closed != velor_32::kOk) rc = closed;
+    return rc;
   }
   [[nodiscard]] bool hasReport() const { return hasReport_; }
 
@@ -83,6 +91,10 @@ class RecordDiagnosis {
     const bool hasBadText = checksFields() && !CheckFields();
     Export(text_.empty() ? valid_ : invalid_);
     if (text_.empty()) return;
+    if ((params_.removeInvalid || params_.replaceInvalid) && !invalid_.Flush()) {
+      Report(mfn, text_ + "Record is not exported, not changed. ");
+      return;
+    }
     // What was salvaged is no version to go on with: it is stored as a deleted one only.
     const bool isCorrected = hasBadText && params_.replaceInvalid && !isSalvaged;
     if (isCorrected) CorrectFields();
@@ -174,9 +186,9 @@ int VelorDiagRecords(TVelorSpace* space, const VelorDiagContext& params, std::os
   return velor_32::AtEdge([&] {
     RecordDiagnosis diagnosis(space, params);
     if (!diagnosis.CreateReports(out)) return velor_32::kNoRecordFiles;
-    diagnosis.Run();
+    diagnosis.Run(out);
     *hasReport = diagnosis.hasReport();
-    return velor_32::kOk;
+    return diagnosis.CloseReports(out);
   });
 }
 

@@ -247,7 +247,7 @@ int VelorDiagRecFT(app::VelorAppContext* ctx, const std::string& db, int from, i
       protocol.Line(report.Get(i));
     }
     velora::WriteVerdict("", report.GetCount() > 0, out);
-    return velor_32::kOk;
+    return protocol.Close(out);
   });
 }
 

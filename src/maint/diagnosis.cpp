@@ -9,6 +9,7 @@
 
 #include "exchange/exchange_files.h"
 #include "maint/file_window.h"
+#include "storage/codes.h"
 #include "storage/database_open.h"
 #include "storage/master_file.h"
 #include "storage/record_read.h"
@@ -16,20 +17,6 @@
 
 namespace velora {
 namespace {
-
-/// How many records the files have room for: each has an image or an entry. A damaged control record may tell
-/// of thousands of millions.
-std::int64_t MostRecords(const velor_01::TVelorSpace* space) {
-  std::int64_t most = 0;
-  for (int fragment = 0; fragment <= velor_32::LastFragment(space); ++fragment) {
-    const velor_32::FilePair files = velor_32::ReadHandles(space, fragment);
-    const std::int64_t images = backup::_llseek(files.mstFile, 0, SEEK_END) / velor_01::kLeaderSize;
-    const std::int64_t entries = backup::_llseek(files.xrfFile, 0, SEEK_END) / velor_01::kXrfEntrySize;
-    const std::int64_t own = std::min<std::int64_t>(std::max(images, entries), INT32_MAX);
-    if (own > 0) most = std::max(most, velor_32::GlobalMfn(space, fragment, static_cast<int>(own)));
-  }
-  return most;
-}
 
 bool HasControl(const velor_01::TVelorSpace* space, int fragment) {
   velor_01::Tcntmst control;
@@ -51,15 +38,24 @@ bool HasEntries(const velor_01::TVelorSpace* space, int fragment) {
   return hasEntries;
 }
 
+void Complain(const std::string& message, std::ostream& out) {
+  out << message << '\n';
+  velor_server_proc::LogTool(message);
+}
+
 }  // namespace
 
 bool DiagReport::Create(const app::VelorAppContext* ctx, const std::string& file, std::ostream& out) {
-  const std::string path = WorkDirectory(ctx) + file;
-  if (file_.Create(path)) return true;
-  const std::string message = "failed to open file for writhing " + path;
-  out << message << '\n';
-  velor_server_proc::LogTool(message);
+  path_ = WorkDirectory(ctx) + file;
+  if (file_.Create(path_)) return true;
+  Complain("failed to open file for writhing " + path_, out);
   return false;
+}
+
+int DiagReport::Close(std::ostream& out) {
+  if (file_.Close()) return velor_32::kOk;
+  Complain("failed to write file " + path_, out);
+  return velor_32::kNoRecordFiles;
 }
 
 void DiagReport::Line(std::string_view text) {
@@ -71,13 +67,8 @@ void DiagReport::Text(std::string_view text) {
   if (file_.isOpen()) file_.Write(text.data(), text.size());
 }
 
-std::string DatabaseFileName(const velor_01::TVelorSpace* space) {
-  return backup::GetDbNameEK(space) + (space->isTextSpace ? "--text" : "");
-}
-
 MfnRange ClipRange(velor_01::TVelorSpace* space, int from, int to) {
-  const int last =
-      static_cast<int>(std::min<std::int64_t>(velor_32::Velormaxmfn(space) - 1, MostRecords(space)));
+  const int last = velor_32::LastMfn(space);
   return {std::max(from, 1), to < 1 || to > last ? last : to};
 }
 

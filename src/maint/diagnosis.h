@@ -23,13 +23,16 @@ class DiagReport {
   [[nodiscard]] bool isOpen() const { return file_.isOpen(); }
   [[nodiscard]] std::string& buffer() { return file_.buffer(); }
   void FlushIfLarge() { file_.FlushIfLarge(); }
+  /// False when something of it could not be written so far.
+  [[nodiscard]] bool Flush() { return !isOpen() || file_.Flush(); }
+
+  /// Writes the rest. Result 0, or -400 after a word on `out` and in the log when the report is not complete.
+  [[nodiscard]] int Close(std::ostream& out);
 
  private:
+  std::string path_;
   OutputFile file_;
 };
-
-/// Name of the database in the names of reports; that of a companion is "<name>--text".
-[[nodiscard]] std::string DatabaseFileName(const velor_01::TVelorSpace* space);
 
 /// Makes a range of record numbers lie in the database: below 1 means from the first, or to the last. It ends
 /// where the files have no room for further records, whatever the control record says.

@@ -24,8 +24,8 @@ int MarkForExtraction(app::VelorAppContext* ctx, const OpenedDatabase& database,
   lists.physicallyDeleted = &gone;
   int rc = velora::isisxrfinfo(database.space(), lists);
   if (rc != kOk) return rc;
-  const int end = velor_32::Velormaxmfn(database.space());
-  for (int mfn = 1, nextGone = 0; mfn < end; ++mfn) {
+  const int last = velor_32::LastMfn(database.space());
+  for (int mfn = 1, nextGone = 0; mfn <= last; ++mfn) {
     if (app::CheckStopProcess(ctx)) {
       out << "Process stop\n";
       return rc;

@@ -52,6 +52,7 @@ bool FragmentCheck::Run() {
   SetAsideForeignImages();
   const bool isComplete = VisitEntries([&](int mfn, const TNew_Xrf& entry) { CompareEntry(mfn, entry); });
   if (!isComplete) findings_.Fault("read != sizeof(TNew_Xrf)");
+  if (repair_) ClearStrayEntries();
   CheckControl();
   return true;
 }
@@ -151,6 +152,13 @@ void FragmentCheck::ReportDamage(const MasterScan::Piece& piece, std::int64_t si
   }
   findings_.Tell(Bytes("damaged space found: ", piece.length, "skipped"));
   endOfData_ = piece.offset + piece.length;
+  if (behindLeader >= 0 && wanted > behindLeader) ShortenImage(piece.offset, size);
+}
+
+/// An image that the end of the file cuts off is told to be as long as what is left of it. Once the file has
+/// grown it would otherwise look like a whole one, with bytes of what was written meanwhile.
+void FragmentCheck::ShortenImage(std::int64_t offset, std::int64_t end) {
+  if (repair_) WriteWord(offset + velor_01::kLengthWordOffset, static_cast<std::int32_t>(end - offset));
 }
 
 /// Gives each entry in use to `visit`. False when the file ends before they do.
@@ -250,10 +258,29 @@ void FragmentCheck::CompareEntry(int mfn, TNew_Xrf entry) {
   if (repair_ && !velor_32::WriteEntryAt(xrfFile_, mfn, wanted)) findings_.Fault("xrf file write error");
 }
 
+void FragmentCheck::WriteWord(std::int64_t offset, std::int32_t word) {
+  if (!velor_32::WriteWordAt(mstFile_, offset, word)) findings_.Fault("mst file write error");
+}
+
+/// Entries behind the last number that lead to no image with their number. One that does stays: the number in
+/// the control record may be the damage.
+void FragmentCheck::ClearStrayEntries() {
+  const auto clear = [&](int mfn, const TNew_Xrf& entry) {
+    const std::int64_t offset = backup::New_XrfToMstOffSet(entry);
+    velor_01::Tlider leader;
+    if (IsSame(entry, {}) || (velor_32::ReadLeaderAt(mstFile_, offset, &leader) && leader.mfn == mfn))
+      return true;
+    findings_.Fault("mfn " + std::to_string(GlobalNumber(mfn)) +
+                    " out of range, xrf offset: " + std::to_string(offset) + " xrf offset fixed");
+    if (!velor_32::WriteEntryAt(xrfFile_, mfn, {})) findings_.Fault("xrf file write error");
+    return true;
+  };
+  velor_32::VisitXrfEntries(xrfFile_, std::int64_t{lastMfn_} + 1, FileSize(xrfFile_) / kXrfEntrySize, clear);
+}
+
 /// Writes the status word of an image.
 void FragmentCheck::SetMarks(std::int64_t offset, std::int32_t status) {
-  if (repair_ && !velor_32::WriteWordAt(mstFile_, offset + velor_01::kStatusWordOffset, status))
-    findings_.Fault("mst file write error");
+  if (repair_) WriteWord(offset + velor_01::kStatusWordOffset, status);
 }
 
 /// The entry that leads to the image which the scan found. It keeps its flags. An entry that was lost has

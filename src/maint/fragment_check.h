@@ -63,12 +63,15 @@ class FragmentCheck {
   void TakeImage(const MasterScan::Piece& piece);
   [[nodiscard]] bool IsBeingWritten(const MasterScan::Piece& piece) const;
   void ReportDamage(const MasterScan::Piece& piece, std::int64_t size);
+  void ShortenImage(std::int64_t offset, std::int64_t end);
   void LengthenXrf();
   void SetAsideForeignImages();
   void Relabel(std::int64_t offset, int foundMfn, int mfn);
   void AwaitLastEntry(velor_01::TNew_Xrf* entry) const;
   void CompareEntry(int mfn, velor_01::TNew_Xrf entry);
   velor_01::TNew_Xrf TurnedTo(int mfn, const velor_01::TNew_Xrf& entry);
+  void ClearStrayEntries();
+  void WriteWord(std::int64_t offset, std::int32_t word);
   void SetMarks(std::int64_t offset, std::int32_t status);
   void CheckControl();
   [[nodiscard]] bool IsReadable(int mfn) const;

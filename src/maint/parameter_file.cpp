@@ -1,8 +1,10 @@
 #include "maint/parameter_file.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "maint/list_file.h"
+#include "utils/path_util.h"
 #include "utils/string_list.h"
 #include "utils/string_utils.h"
 
@@ -15,8 +17,11 @@ namespace {
 constexpr int kDirectoryLines = 10;
 
 /// How the parameter file names a directory: relative to the system directory where that leads back to it
-/// (relative paths are folded to lower case), otherwise in full.
+/// (relative paths are folded to lower case), otherwise in full. One of the current directory would be looked
+/// for below the system directory.
 std::string ParameterPath(const app::VelorAppContext* ctx, const std::string& directory) {
+  if (!utils::PathUtil::IsPathRooted(directory))
+    return std::filesystem::absolute(directory).lexically_normal().string();
   if (ctx->execDir.empty() || !StringUtils::StartsWith(directory, ctx->execDir)) return directory;
   const std::string relative = directory.substr(ctx->execDir.size());
   if (StringUtils::ToLower(relative) != relative) return directory;

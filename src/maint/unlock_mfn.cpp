@@ -82,7 +82,7 @@ int VelorUnlockMfn(app::VelorAppContext* ctx, const std::string& db, int from, i
   const std::string subject = Announce(database, out);
   Unlocker unlocker(ctx, database, out);
   if (from > 0 || to > 0) {
-    const MfnRange range = ClipRange(from, to, velor_32::Velormaxmfn(database.space()) - 1);
+    const MfnRange range = ClipRange(from, to, velor_32::LastMfn(database.space()));
     out << "Using mfn range from " << range.from << " to " << range.to << '\n';
     unlocker.UnlockRange(range);
   }

@@ -44,7 +44,7 @@ void VisitSelection(velor_01::TVelorSpace* space, const Selection& selection, Vi
     for (int i = 0; i < count && !app::CheckStopProcess(ctx); ++i) visit(selection.mfnList->Get(i));
     return;
   }
-  const int last = velor_32::Velormaxmfn(space) - 1;
+  const int last = velor_32::LastMfn(space);
   const int to = selection.mfnTo < 1 || selection.mfnTo > last ? last : selection.mfnTo;
   const int from = std::min(std::max(selection.mfnFrom, 1), to);
   for (int mfn = std::max(from, 1); mfn <= to && !app::CheckStopProcess(ctx); ++mfn) visit(mfn);

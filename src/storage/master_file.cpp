@@ -23,8 +23,6 @@ using velor_01::TMstHandle;
 
 namespace {
 
-constexpr std::string_view kCompanionMark = "--text";
-
 void CloseHandle(int& handle) {
   if (handle >= 0) backup::_lclose(handle);
   handle = -1;
@@ -285,6 +283,12 @@ std::string GetDbNameEK(const velor_01::TVelorSpace* space) {
   const std::string_view mark = velor_32::kCompanionMark;
   if (!utils::StringUtils::EndsWith(folder, mark)) return name;
   return folder.substr(0, folder.size() - mark.size());
+}
+
+std::string GetOwnName(const velor_01::TVelorSpace* space) {
+  std::string name = GetDbNameEK(space);
+  if (space->isTextSpace) name += velor_32::kCompanionMark;
+  return name;
 }
 
 }  // namespace backup

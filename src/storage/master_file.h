@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "storage/velor_space.h"
 
 /// Opening and closing of the record files, the spread of records over fragments, and lazy mode.
@@ -13,6 +15,9 @@ namespace velor_32 {
 constexpr int kOpenRead = 64;
 constexpr int kOpenWrite = 34;
 constexpr int kOpenExclusive = 18;
+
+/// What the directory of a companion has behind the name of its database.
+constexpr std::string_view kCompanionMark = "--text";
 
 /// Opens a database with `shelfCount` shelves; below 1 makes none. `path` has no extension. A master file
 /// without a control record counts as empty. For a full-text database the companion is opened too. Result 0,
@@ -77,5 +82,8 @@ int VelorGetMfn(const velor_01::TVelorSpace* space, int mfn, int* fragment);
 /// Name of the database: the file name of the path, for a companion the name of the main database. Bytes as
 /// they are in the path.
 std::string GetDbNameEK(const velor_01::TVelorSpace* space);
+
+/// The name that opens the space itself: of a companion "<name>--text".
+std::string GetOwnName(const velor_01::TVelorSpace* space);
 
 }  // namespace backup

@@ -361,6 +361,21 @@ int ReadStoredGuid(TVelorSpace* space, int mfn, char guid[velor_01::kGuidLength 
   return kOk;
 }
 
+int LastMfn(TVelorSpace* space) {
+  const int end = Velormaxmfn(space);
+  if (end < 1) return 0;
+  if (IsRemote(space)) return end - 1;
+  std::int64_t most = 0;
+  for (int fragment = 0; fragment <= LastFragment(space); ++fragment) {
+    const FilePair files = ReadHandles(space, fragment);
+    const std::int64_t own = std::max(utils::FileSize(files.mstFile) / kLeaderSize,
+                                      utils::FileSize(files.xrfFile) / velor_01::kXrfEntrySize);
+    const auto local = static_cast<int>(std::min<std::int64_t>(own, std::numeric_limits<int>::max()));
+    if (local > 0) most = std::max(most, GlobalMfn(space, fragment, local));
+  }
+  return static_cast<int>(std::min<std::int64_t>(end - 1, most));
+}
+
 int Velormaxmfn(TVelorSpace* space) {
   if (!IsOpen(space)) return kNoSpace;
   if (IsRemote(space)) {

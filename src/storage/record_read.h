@@ -47,6 +47,11 @@ int ReadStoredGuid(TVelorSpace* space, int mfn, char guid[velor_01::kGuidLength 
 /// read error.
 int Velormaxmfn(TVelorSpace* space);
 
+/// The last record number of a walk over all records: the highest one in use, but not above what the files
+/// have room for, each record having an image or an entry. A damaged control record may tell of thousands of
+/// millions. 0 in an empty database and on a read error.
+[[nodiscard]] int LastMfn(TVelorSpace* space);
+
 /// The cross-reference entry of a record, in host order; untouched unless the result is 0. -100, -140 for a
 /// number below 1, -141 when the file ends before it.
 [[nodiscard]] int ReadXrfEntry(const TVelorSpace* space, int mfn, velor_01::TNew_Xrf* entry);

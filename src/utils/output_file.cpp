@@ -32,10 +32,11 @@ void OutputFile::FlushIfLarge() {
   if (buffer_.size() >= kFlushSize) Flush();
 }
 
-void OutputFile::Flush() {
+bool OutputFile::Flush() {
   const std::int64_t size = static_cast<std::int64_t>(buffer_.size());
   failed_ |= backup::_lwrite64(handle_, buffer_.data(), size) != size;
   buffer_.clear();
+  return !failed_;
 }
 
 bool OutputFile::Close() {

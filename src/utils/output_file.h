@@ -21,7 +21,8 @@ class OutputFile {
   [[nodiscard]] std::string& buffer() { return buffer_; }
   void Write(const char* data, std::size_t length);
   void FlushIfLarge();
-  void Flush();
+  /// False when any byte so far did not reach the file.
+  bool Flush();
 
   /// Writes what is left and closes. False when any byte did not reach the file.
   bool Close();

@@ -20,6 +20,7 @@
 #include "storage/database_lock.h"
 #include "storage/record_guid.h"
 #include "storage/record_lock.h"
+#include "storage/record_read.h"
 #include "storage/term_update.h"
 #include "support/indexed_database.h"
 #include "support/verify.h"
@@ -276,6 +277,38 @@ TEST_F(DiagnosticsTest, TheLaterOfTwoImagesCounts) {
       std::string::npos);
 }
 
+/// The file grows again over what is left of the image, which must not pass for a whole one then.
+TEST_F(DiagnosticsTest, ACutImageStaysOne) {
+  Image image = Small();
+  image.mst.resize(ImageOf(2) + kImage - 8);
+  Write(image);
+  MstXrf(true);
+  const Records repaired = Readable();
+  EXPECT_EQ(repaired.at(2)[0].second, "two");
+  MstXrf(true);
+  EXPECT_EQ(Readable(), repaired);
+  EXPECT_EQ(Mfn(), kOk);
+}
+
+TEST_F(DiagnosticsTest, EntriesOfNoRecordGo) {
+  Image image = Small();
+  image.xrf.resize(std::max<std::size_t>(image.xrf.size(), 12 * 20));
+  Poke(image.xrf, 12 * 9, 77);
+  Write(image);
+  EXPECT_EQ(MstXrf(true), "mfn 10 out of range, xrf offset: 77 xrf offset fixed\n" + std::string(kReport));
+  EXPECT_EQ(Mfn(), kOk);
+}
+
+/// A walk over all records ends with the files, whatever number the control record tells.
+TEST_F(DiagnosticsTest, WildNumbersEndWithTheFiles) {
+  for (const std::uint32_t next : {0x7FFFFFFFU, 0x80000000U}) {
+    Image image = Small();
+    Poke(image.mst, 4, next);
+    Write(image);
+    EXPECT_LE(velor_32::LastMfn(Open().get()), std::max(image.mst.size() / 32, image.xrf.size() / 12));
+  }
+}
+
 TEST_F(DiagnosticsTest, FragmentsAreRepairedEachInItsFile) {
   const auto part = [](int count) {
     TestBase base;
@@ -322,7 +355,7 @@ TEST_F(DiagnosticsTest, AStoppedRunIsNoVerdictThatAllIsWell) {
   EXPECT_EQ(MstXrf(false), "Process stop\nerrors found\n" + std::string(kReport));
   EXPECT_EQ(MstXrf(true), stopped);
   EXPECT_EQ(Mfn(), stopped);
-  EXPECT_EQ(Rec(), kReport + std::string("Process stop\n"));
+  EXPECT_EQ(Rec(), stopped + "Process stop\n");
   ctx()->stopFlag = nullptr;
 }
 
@@ -468,6 +501,16 @@ TEST_F(DiagnosticsTest, BytesBeforeTheDataAreNoReasonToDelete) {
   EXPECT_EQ(velor_32::VelorRecord(Open().get(), 0, 2), 0);
   EXPECT_EQ(Readable(), before);
   EXPECT_EQ(Rec(), kOk);
+}
+
+TEST_F(DiagnosticsTest, WhatCannotBeExportedIsNotRemoved) {
+  TestBase().Record({{200, "\xFF"}}).WriteTo(DatabasePath());
+  Write("workdir/a", "");
+  std::filesystem::create_symlink("/dev/full", File("workdir/blank_wrong_records.txt"));
+  const std::string said = Rec({.checkEncoding = true, .removeInvalid = true, .exportInvalid = true});
+  EXPECT_EQ(said, "failed to write file " + File("workdir/blank_wrong_records.txt") +
+                      "\nError -400\n1: Error in encoding. Record is not exported, not changed. \n");
+  EXPECT_EQ(velor_32::VelorRecord(Open().get(), 0, 1), 0);
 }
 
 TEST_F(DiagnosticsTest, AReportThatCannotBeCreatedIsAFailure) {

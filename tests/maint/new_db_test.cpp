@@ -209,6 +209,14 @@ TEST_F(Databases, TheParameterFileLeadsBack) {
     EXPECT_EQ(Drop("x"), "Delete DB x\nDelete DB done\n");
     EXPECT_FALSE(fs::exists(c.dataPath + "/x"));
   }
+  const fs::path before = fs::current_path();
+  fs::current_path(outside.File("d"));
+  fmt_64::velor_init_DataPath(ctx(), "./");
+  EXPECT_EQ(New("X"), "NewDB X\nDone\n");
+  fs::current_path(before);
+  velor_01::TStringList lines;
+  lines.LoadFromFile(outside.File("d/x.par").c_str());
+  EXPECT_EQ(lines.Get(0), "1=" + outside.File("d/x/"));
 }
 
 TEST_F(Databases, PageTextsComeAndGo) {
