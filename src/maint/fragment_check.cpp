@@ -100,6 +100,8 @@ bool FragmentCheck::ScanMaster() {
     ReportProgress(piece.offset, scan.size());
     if (piece.kind == Kind::kImage) TakeImage(piece);
     if (piece.kind == Kind::kDamaged) ReportDamage(piece, scan.size());
+    if (piece.kind == Kind::kDamaged && repair_ && scan.IsCutOff(piece))
+      ShortenImage(piece.offset, scan.size());
     if (piece.kind == Kind::kEmpty) findings_.Tell(Bytes("empty space found: ", piece.length, "skipped"));
     if (piece.kind == Kind::kEmptyEnd)
       findings_.Tell(Bytes("empty space at the end of file: ", piece.length, "exit"));
@@ -152,13 +154,12 @@ void FragmentCheck::ReportDamage(const MasterScan::Piece& piece, std::int64_t si
   }
   findings_.Tell(Bytes("damaged space found: ", piece.length, "skipped"));
   endOfData_ = piece.offset + piece.length;
-  if (behindLeader >= 0 && wanted > behindLeader) ShortenImage(piece.offset, size);
 }
 
-/// An image that the end of the file cuts off is told to be as long as what is left of it. Once the file has
-/// grown it would otherwise look like a whole one, with bytes of what was written meanwhile.
+/// An image that the end of the file cuts off gets the length of what is left of it. Once the file has grown
+/// it would otherwise look like a whole one, with bytes of what was written meanwhile.
 void FragmentCheck::ShortenImage(std::int64_t offset, std::int64_t end) {
-  if (repair_) WriteWord(offset + velor_01::kLengthWordOffset, static_cast<std::int32_t>(end - offset));
+  WriteWord(offset + velor_01::kLengthWordOffset, static_cast<std::int32_t>(end - offset));
 }
 
 /// Gives each entry in use to `visit`. False when the file ends before they do.

@@ -39,10 +39,18 @@ bool MasterScan::ReadLeader(std::int64_t offset, Tlider* leader) {
   return true;
 }
 
+bool MasterScan::AddsUp(std::int64_t offset, const Tlider& leader) {
+  return IsPlausible(leader, window_.size() - offset) && DirectoryFills(offset, leader);
+}
+
+bool MasterScan::IsCutOff(const Piece& piece) {
+  return piece.leader.length > window_.size() - piece.offset &&
+         IsPlausible(piece.leader, piece.leader.length) && DirectoryFills(piece.offset, piece.leader);
+}
+
 /// Reads the directory entry by entry: a wild number of fields costs time up to the end of the file at most,
 /// and no memory.
-bool MasterScan::AddsUp(std::int64_t offset, const Tlider& leader) {
-  if (!IsPlausible(leader, window_.size() - offset)) return false;
+bool MasterScan::DirectoryFills(std::int64_t offset, const Tlider& leader) {
   std::int64_t total = leader.base;
   for (std::int32_t i = 0; i < leader.nvf; ++i) {
     const char* entry = window_.At(offset + kLeaderSize + std::int64_t{kEntrySize} * i, kEntrySize);

@@ -40,11 +40,15 @@ class MasterScan {
   /// The next piece; kEnd, for good, behind the last one.
   Piece Next();
 
+  /// Leader and directory of a damaged piece add up, but the file ends before the image does.
+  [[nodiscard]] bool IsCutOff(const Piece& piece);
+
   [[nodiscard]] std::int64_t size() const { return window_.size(); }
 
  private:
   bool ReadLeader(std::int64_t offset, velor_01::Tlider* leader);
   bool AddsUp(std::int64_t offset, const velor_01::Tlider& leader);
+  bool DirectoryFills(std::int64_t offset, const velor_01::Tlider& leader);
   bool IsReadable(std::int64_t offset, const velor_01::Tlider& leader);
   bool IsBoundary(std::int64_t offset);
   void FindNextImage();
