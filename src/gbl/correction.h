@@ -23,8 +23,9 @@ namespace global {
 using RecordDone = std::function<bool(velor_01::TVelorSpace* space, int slot)>;
 
 /// Runs a task on the record in `slot`. It works in memory: nothing is written but what `recordDone` writes.
-///   changedSpaces  receives the other spaces whose records changed and were not closed; the caller closes
-///   them errors, protocol  the records of the run are appended, each ending in "@@@"
+///   changedSpaces     receives the other spaces whose records changed and were not closed, which the caller
+///                     closes
+///   errors, protocol  the records of the run are appended, each ending in "@@@"
 /// The record keeps the changes that were made before an error. A task without lines does nothing.
 void IsisRecUpdateSpecial(velor_01::TVelorSpace* space, int slot, const velor_01::TStringList* task,
                           velor_01::TList* changedSpaces, std::string& errors, std::string& protocol,
