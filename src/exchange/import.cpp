@@ -80,6 +80,7 @@ class Import {
   int Store();
   void Count(int result);
   void Report();
+  void Complain(const std::string& message);
 
   app::VelorAppContext* ctx_;
   std::string database_;
@@ -136,7 +137,7 @@ int Import::Prepare() {
     table_.Load(space_.get(), database_, params_.fst, out_);
   }
   if (params_.proto && !report_.CreateProtocol(velora::WorkFile(ctx_, file_, "_protocol_")))
-    LogTool("Import cannot create protocol of " + file_);
+    Complain("Import cannot create protocol of " + file_);
   if (params_.format == VelorImportContext::kCsv)
     if (int rc = ConvertCsv(); rc != kOk) return rc;
   if (int rc = PrepareMerge(); rc != kOk) return rc;
@@ -217,8 +218,7 @@ int Import::ImportAll() {
   }
   velor_32::VelorBulkStop(space_.get());
   if (!source_->HasFailed()) return result;
-  out_ << "Import read error: " << file_ << std::endl;
-  LogTool("Import read error: " + file_);
+  Complain("Import read error: " + file_);
   return velor_32::kNoRecordFiles;
 }
 
@@ -388,9 +388,14 @@ void Import::Count(int result) {
     report_.NoteMfn("Record fields lost", mfn, source_->lostFields);
 }
 
+void Import::Complain(const std::string& message) {
+  out_ << message << std::endl;
+  LogTool(message);
+}
+
 void Import::Report() {
   source_.reset();
-  report_.Finish(out_);
+  if (!report_.Finish(out_)) Complain("Import write error: protocol of " + file_);
   LogTool("Import " + database_ + " records merged " + std::to_string(report_.merged()));
   LogTool("Import " + database_ + " done");
   if (app::CheckStopProcess(ctx_)) out_ << "Process stop" << std::endl;

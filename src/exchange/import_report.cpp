@@ -59,11 +59,12 @@ void ImportReport::Merged(int mfn) {
   NoteMfn("Record merged", mfn, ++mergeCount_[mfn]);
 }
 
-void ImportReport::Finish(std::ostream& out) {
-  protocol_.Close();
+bool ImportReport::Finish(std::ostream& out) {
+  const bool isComplete = protocol_.Close();
   out << "Records imported total" << std::endl;
   for (const auto& [status, count] : counts_) out << status << " " << count << std::endl;
   out << "Records merged " << merged_ << std::endl << "Records imported " << imported_ << std::endl;
+  return isComplete;
 }
 
 }  // namespace velora

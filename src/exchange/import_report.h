@@ -38,8 +38,8 @@ class ImportReport {
   /// It went into record `mfn`, which was there before.
   void Merged(int mfn);
 
-  /// Closes the protocol and writes the counts on `out`.
-  void Finish(std::ostream& out);
+  /// Closes the protocol and writes the counts on `out`. False when the protocol is not complete.
+  [[nodiscard]] bool Finish(std::ostream& out);
   [[nodiscard]] std::int64_t merged() const { return merged_; }
 
  private:

@@ -18,7 +18,7 @@ namespace {
 class IsoSource : public ImportSource {
  public:
   IsoSource(TVelorSpace* space, std::int32_t encoding, bool marcMode)
-      : space_(space), encoder_(encoding), marcMode_(marcMode) {}
+      : space_(space), encoder_(encoding), marcMode_(marcMode), file_(space->app) {}
 
   bool Open(const std::string& file) { return file_.Open(file); }
 

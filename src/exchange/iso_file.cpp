@@ -58,6 +58,10 @@ bool IsoFileReader::Fill(std::size_t wanted) {
     } catch (const std::bad_alloc&) {
       return false;
     }
+    if (app::CheckStopProcess(ctx_)) {
+      atEnd_ = true;
+      return false;
+    }
     const int got = backup::_lread(file_, buffer_.data() + end_, static_cast<int>(buffer_.size() - end_));
     if (got <= 0) atEnd_ = true;
     if (got < 0) hasFailed_ = true;

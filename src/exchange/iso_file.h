@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/app_context.h"
+
 namespace velora {
 
 /// Cuts a file into records of ISO 2709 form, through a buffer of its own.
@@ -26,7 +28,8 @@ class IsoFileReader {
     kEnd,        // no more records
   };
 
-  IsoFileReader() = default;
+  /// A stop request that `ctx` knows of makes the file end.
+  explicit IsoFileReader(const app::VelorAppContext* ctx = nullptr) : ctx_(ctx) {}
   ~IsoFileReader();
   IsoFileReader(const IsoFileReader&) = delete;
   IsoFileReader& operator=(const IsoFileReader&) = delete;
@@ -52,6 +55,7 @@ class IsoFileReader {
   Outcome FindEnd(std::size_t* length);
   void SkipToTerminator();
 
+  const app::VelorAppContext* ctx_;
   int file_ = -1;
   bool atEnd_ = false;
   bool lengthWasWrong_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <ostream>
+#include <string>
 #include <string_view>
 
 #include "exchange/exchange_files.h"
@@ -22,19 +23,20 @@ using velor_01::TVelorSpace;
 
 namespace {
 
-/// Calls `visit` for each line of an output that can be a field.
+/// Calls `visit` for each line of an output that is not empty.
 template <class Visit>
 void ForEachLine(std::string_view output, Visit&& visit) {
   while (!output.empty()) {
     const std::size_t end = std::min(output.find_first_of("\r\n"), output.size());
     const std::string_view line = output.substr(0, end);
-    if (!line.empty() && utils::TextUtil::CheckUTF8(line)) visit(line);
+    if (!line.empty()) visit(line);
     output.remove_prefix(std::min(end + 1, output.size()));
   }
 }
 
 void AddField(TVelorSpace* space, int slot, int tag, std::string_view text) {
   if (tag == velor_01::kGuidTag) return;  // a record gets its GUID where it is stored
+  if (text.empty() || !utils::TextUtil::CheckUTF8(text)) return;
   velor_32::Velorfldadd(space, slot, tag, 0, text.data(), static_cast<int>(text.size()));
 }
 
@@ -46,15 +48,27 @@ void AddFields(TVelorSpace* space, int slot, const TStringList& table, const TSt
   }
 }
 
+/// A line that opens no field goes on with the one before it, as in a text file.
+void AddTaggedFields(TVelorSpace* space, int slot, std::string_view output) {
+  int tag = 0;  // of the field at hand; there is none before the first one
+  std::string text;
+  ForEachLine(output, [&](std::string_view line) {
+    int nextTag = 0;
+    std::string_view nextText;
+    if (!OpensField(line, &nextTag, &nextText)) {
+      text.append(line);
+      return;
+    }
+    if (tag > 0) AddField(space, slot, tag, text);
+    tag = nextTag;
+    text.assign(nextText);
+  });
+  if (tag > 0) AddField(space, slot, tag, text);
+}
+
 void AddRest(TVelorSpace* space, int slot, const TStringList& table, const TStringList& outputs) {
-  for (int i = 0; i < table.GetCount(); ++i) {
-    if (table.GetNumObject(i) != 0) continue;
-    ForEachLine(outputs.Get(i), [&](std::string_view line) {
-      int tag = 0;
-      std::string_view text;
-      if (OpensField(line, &tag, &text) && !text.empty()) AddField(space, slot, tag, text);
-    });
-  }
+  for (int i = 0; i < table.GetCount(); ++i)
+    if (table.GetNumObject(i) == 0) AddTaggedFields(space, slot, outputs.Get(i));
 }
 
 /// The classic language keeps one format on the space: it is prepared anew for each line.

@@ -63,7 +63,8 @@ void ReadEarliest(TVelorSpace* history, int slot, int mfn) {
   }
 }
 
-/// Reads an earlier version into the history slot: a number of steps back, or with "*" the earliest one.
+/// Reads an earlier version into the history slot: a number of steps back, or with "*" the earliest one. A
+/// negative number gives the version that the file has.
 int UNDOR(GblCtx* ctx, TVelorSpace* space, int slot, TVelorSpace* history, int historySlot,
           const std::string& format) {
   return Guarded("UNDOR", kNothingToRestore, [&] {
@@ -77,7 +78,7 @@ int UNDOR(GblCtx* ctx, TVelorSpace* space, int slot, TVelorSpace* history, int h
       return 0;
     }
     const int back = TextUtil::Int32ParseExact(line, 0);
-    if (back < 1) return kNothingToRestore;
+    if (back == 0) return kNothingToRestore;
     const int rc = velor_32::VelorRecordBack(history, historySlot, mfn, back);
     return rc == velor_32::kDeleted ? kOk : rc;
   });

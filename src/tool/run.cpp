@@ -1,6 +1,7 @@
 #include "tool/run.h"
 
 #include <iostream>
+#include <new>
 
 #include "tool/init_app.h"
 #include "tool/option_scan.h"
@@ -25,13 +26,19 @@ int RunProcedure(int argc, char** argv, Timing timing,
                  const std::function<void(app::VelorAppContext*)>& procedure) {
   const utils::DateTime start = utils::DateTime::Now();
   app::VelorAppContext* ctx = init_app("", argc, argv);
-  procedure(ctx);
+  int status = 0;
+  try {
+    procedure(ctx);
+  } catch (const std::bad_alloc&) {  // a field may be larger than the memory
+    std::cout << "malloc error " << std::endl;
+    status = 1;
+  }
   app::velor_app_close(ctx);
   if (timing == Timing::kPrinted) {
     const std::int64_t ticks = utils::DateTime::Now().GetTicks() - start.GetTicks();
     std::cout << "time " << utils::LogUtil::FormatTime(ticks / kTicksPerMillisecond) << '\n';
   }
-  return 0;
+  return status;
 }
 
 int RefuseCommandLine(std::string_view word) {

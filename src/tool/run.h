@@ -15,7 +15,7 @@ enum class Timing { kNotPrinted, kPrinted };
 
 /// Builds the application context, calls the procedure with it and closes it. With Timing::kPrinted the time
 /// that all this took follows as a line "time ...". Gives 0, the exit status of a tool whose command line was
-/// accepted.
+/// accepted; 1 when the memory did not suffice.
 int RunProcedure(int argc, char** argv, Timing timing,
                  const std::function<void(app::VelorAppContext*)>& procedure);
 

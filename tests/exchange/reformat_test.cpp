@@ -44,7 +44,9 @@ TEST_F(ReformatTest, Tables) {
       {"the rest comes last",
        {"0 0 (v0/)", "1 0 'x'"},
        {{1, "x"}, {200, "^aOryx^eред"}, {700, "Roan"}, {700, "Addax"}}},
-      {"lines of the rest that are no fields", {"0 0 'x'/'#5: y'/'#x: z'/'#0: n'/'#6: '/'#7:k'"}, {{5, "y"}}},
+      {"lines of the rest that open no field go on with the one before",
+       {"0 0 'x'/'#5: y'/'#x: z'/'#0: n'/'#6: '/'#7:k'/'#8: '"},
+       {{5, "y#x: z"}, {6, "#7:k"}}},
       {"no UTF-8", {"1 0 v700[1]*0.1,'x'", "2 0 !'\xFF'", "3 0 'z'"}, {{1, "Rx"}, {3, "z"}}},
       {"the number of the GUID", {"2147483647 0 'x'", "0 0 '#2147483647: x'", "1 0 'y'"}, {{1, "y"}}},
       {"a wrong format gives nothing", {"1 0 v200,(", "2 0 'y'"}, {{2, "y"}}},
@@ -54,6 +56,7 @@ TEST_F(ReformatTest, Tables) {
     SCOPED_TRACE(row.why);
     EXPECT_EQ(Reformat(record, row.lines), row.wanted);
   }
+  EXPECT_EQ(Reformat({{200, "one\ntwo\r\nthree"}}, {"0 0 (v0/)"}), (Fields{{200, "onetwothree"}}));
   EXPECT_EQ(Reformat(record, {"0 0 (v0/)", "1 0 'x'"}, false), (Fields{{1, "x"}}));
 }
 

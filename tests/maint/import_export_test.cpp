@@ -284,6 +284,15 @@ TEST_F(ImportExportTest, TheProtocolSaysWhatWasLost) {
   EXPECT_EQ(Protocol(), "Record skipped: NUMBER 1 bad encoding COUNT 1\r\nRecord inserted: MFN 4\r\n");
 }
 
+TEST_F(ImportExportTest, AProtocolThatCannotBeWrittenIsTold) {
+  Write("workdir/a", "");
+  std::filesystem::create_symlink("/dev/full",
+                                  File("workdir/in_protocol_" + std::to_string(::getpid()) + ".txt"));
+  const std::string said = Import(kThree, {.proto = true});
+  EXPECT_NE(said.find("Import write error: protocol of " + File("in.file") + "\nDone\n"), std::string::npos)
+      << said;
+}
+
 TEST_F(ImportExportTest, CheckingCleansControlCharacters) {
   Import("#1: a\tb\x01\n*****\n", {.checkEncoding = true});
   EXPECT_EQ(Export(), "#1: a b \r\n*****\r\n");

@@ -211,6 +211,35 @@ TEST_F(ImportFaultsTest, ASignalEndsTheRunBetweenTwoRecords) {
   EXPECT_EQ(test::Verify(Database()), "");
 }
 
+TEST_F(ImportFaultsTest, ASignalEndsTheSearchForARecord) {
+  const pid_t child = Start(ImportWords("/dev/zero"));
+  AwaitOutput("Import\n");
+  ::kill(child, SIGTERM);
+  EXPECT_EQ(Wait(child), 0);
+  EXPECT_NE(Read(".stdout").find("Process stop\nDone\n"), std::string::npos);
+}
+
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(ImportFaultsTest, AFieldLargerThanTheMemoryAbortsNothing) {
+  const std::string file = Write("large.txt", "#1: " + std::string(100'000'000, 'x') + "\r\n*****\r\n");
+  EXPECT_NE(Run({"import", "-d", "test", "-f", file}).out.find("inserted 1\n"), std::string::npos);
+  rlimit former{};
+  getrlimit(RLIMIT_AS, &former);
+  int refusals = 0;
+  for (const rlim_t megabytes : {400, 450, 500, 550, 600}) {
+    const rlimit tight{megabytes << 20, former.rlim_max};
+    setrlimit(RLIMIT_AS, &tight);
+    const pid_t child = Start({"export", "-d", "test", "-f", File("out.txt")});
+    setrlimit(RLIMIT_AS, &former);
+    const int status = Wait(child);
+    EXPECT_GE(status, 0) << megabytes;
+    if (status == 1) ++refusals;
+    EXPECT_EQ(status == 1, Read(".stdout").ends_with("malloc error \n")) << megabytes;
+  }
+  EXPECT_GT(refusals, 0);
+}
+#endif
+
 /// Records of an ISO 2709 file: bytes 5 to 9 and 17 to 19 of each leader, and the fields that hold anything.
 struct IsoRecordParts {
   std::string label;
